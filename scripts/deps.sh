@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that are missing: deps.sh [build|test|bench]
+set -euo pipefail
+packages=(cmake g++ make)
+case "${1:-build}" in
+  test) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config binutils) ;;
+  bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libbenchmark-dev pkg-config libtiff-tools) ;;
+esac
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+done
+if ((${#missing[@]})); then
+  apt-get update
+  apt-get install -y "${missing[@]}"
+fi

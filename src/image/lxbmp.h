@@ -1,0 +1,42 @@
+// Image readers behind one interface, chosen by the file name's extension.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+#include "image/lxgworld.h"
+#include "image/reduction.h"
+
+constexpr std::uint32_t kLXKindTIFF = 0x54494646;  // "TIFF"
+constexpr std::uint32_t kLXKindBMP = 0x424D5000;   // "BMP\0"
+
+struct LXFileCloser {
+  void operator()(std::FILE* f) const { std::fclose(f); }
+};
+using LXFilePtr = std::unique_ptr<std::FILE, LXFileCloser>;
+
+// The head every reader shares; readers derive their own records from it.
+struct LXBMPRecT {
+  std::uint32_t kind = 0;
+  LXFilePtr stream;
+  std::unique_ptr<char[]> path;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint8_t bitsPerPixel = 1;
+  virtual ~LXBMPRecT() = default;
+};
+
+// A reduction table is a 256-entry byte table, null (choose by band pixel size), or
+// kRGBSenseTable: RGB sense, no inversion.
+std::unique_ptr<LXBMPRecT> LXBMP_New(const char* path);
+void LXBMP_Delete(std::unique_ptr<LXBMPRecT> handle);
+void LXBMP_GetImageBox(const LXBMPRecT* handle, LXRect* box);
+void LXBMP_Rewind(LXBMPRecT* handle);
+std::int32_t LXBMP_ReadNextRasterBlock(LXBMPRecT* handle, LXGWorld* band,
+                                       const unsigned char* table);
+std::int32_t LXBMP_ReadNextRasterBlockRGB(LXBMPRecT* handle, LXGWorld* red, LXGWorld* green,
+                                          LXGWorld* blue);
+std::int32_t LXBMP_ReadNextRasterBlockCMYK(LXBMPRecT* handle, LXGWorld* band,
+                                           const unsigned char* table, int channel);
+std::uint32_t LXBMP_GetWidth(const LXBMPRecT* handle);

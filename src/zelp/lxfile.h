@@ -1,0 +1,20 @@
+// The single output stream of a job, with big-endian (or little-endian) word writes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+const char* LXFile_NewWithName(const char* name);
+const char* LXFile_New();
+int LXFile_Open();
+int LXFile_Close();
+int LXFile_Flush();
+int LXFile_SeekTo(long offset);
+long LXFile_GetPosition();
+std::size_t LXFile_Write(const void* buffer, std::size_t size);
+std::size_t LXFile_WriteByte(unsigned value);
+std::size_t LXFile_Read(void* buffer, std::size_t n);
+std::size_t LXFile_WriteCString(const char* text);
+void LXFile_Delete();
+void LXFile_WriteWord(std::uint32_t value, int littleEndian);
+void LXFile_WriteLong(std::uint32_t value, int littleEndian);
