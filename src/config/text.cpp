@@ -1,0 +1,36 @@
+#include <cstring>
+
+#include "config/config.h"
+
+char* sReadLine(char* buf, int size, std::FILE* fp) {
+  int stored = 0;
+  bool readAny = false;
+  for (;;) {
+    const int c = std::fgetc(fp);
+    if (c == EOF) break;
+    readAny = true;
+    if (c == '\n' || c == '\r') break;
+    if (stored < size - 1) {
+      buf[stored++] = static_cast<char>(c);
+      continue;
+    }
+    // The line is longer than the buffer: keep what fits, drop the rest of it.
+    int rest;
+    do {
+      rest = std::fgetc(fp);
+    } while (rest != EOF && rest != '\n' && rest != '\r');
+    break;
+  }
+  buf[stored] = '\0';
+  return readAny ? buf : nullptr;
+}
+
+char* trimSpaces(char* s) {
+  char* start = s;
+  while (*start == ' ' || *start == '\t') ++start;
+  std::size_t n = std::strlen(start);
+  while (n > 0 && std::strchr(" \t\r\n", start[n - 1]) != nullptr) --n;
+  std::memmove(s, start, n);
+  s[n] = '\0';
+  return s;
+}
