@@ -53,6 +53,7 @@ struct _CMDSECTION {
   const char* packetTypeName = nullptr;  // points into g_CmdPacketType
   std::vector<_CMDPARAMETER> parameters;
   std::vector<std::string> packetLines;  // the first is a number, the rest numbers or ParamN
+  std::size_t laterReferences = 0;       // ParamN lines after the first packet line
   // Next packet line to write for the packet being built; 0 when none is in progress.
   std::size_t consumed = 0;
 };

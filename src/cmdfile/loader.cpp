@@ -63,12 +63,10 @@ bool isLeadingPartOf(const std::string& text, const char* keyword) {
   return std::strncmp(text.c_str(), keyword, text.size()) == 0;
 }
 
-std::size_t countParamReferences(const std::vector<std::string>& lines, std::size_t from) {
-  std::size_t n = 0;
-  for (std::size_t i = from; i < lines.size(); ++i) {
-    if (paramFormatIsRight(lines[i].c_str())) ++n;
-  }
-  return n;
+std::size_t countParamReferences(const _CMDSECTION& section) {
+  const bool first =
+      !section.packetLines.empty() && paramFormatIsRight(section.packetLines.front().c_str());
+  return section.laterReferences + (first ? 1 : 0);
 }
 
 std::string trimmed(std::string text) {
@@ -79,9 +77,8 @@ std::string trimmed(std::string text) {
 
 void checkEndOfSection(_CMDFILEINFO& set, const _CMDSECTION& section) {
   const char* name = section.name.c_str();
-  if (section.paramCount != 0 &&
-      (section.parameters.size() != section.paramCount ||
-       countParamReferences(section.packetLines, 0) != section.paramCount)) {
+  if (section.paramCount != 0 && (section.parameters.size() != section.paramCount ||
+                                  countParamReferences(section) != section.paramCount)) {
     setCmdErrorMessage(&set, kCountDiffers, name);
   }
   if (section.missingItems & kCmdMissingParamCount) {
@@ -115,8 +112,8 @@ void analysePacketLine(_CMDFILEINFO& set, _tagLINEINFO& li, const char* text) {
     setCmdErrorMessage(&set, kUnknownSymbol, li.lineNumber, li.line);
   } else {
     section.packetLines.emplace_back(text);
-    if (section.paramCount != 0 &&
-        countParamReferences(section.packetLines, 1) > section.paramCount) {
+    if (section.packetLines.size() > 1 && paramFormatIsRight(text)) ++section.laterReferences;
+    if (section.paramCount != 0 && section.laterReferences > section.paramCount) {
       setCmdErrorMessage(&set, kExtraParameter, li.lineNumber, li.line);
     }
   }
