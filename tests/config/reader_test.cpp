@@ -23,11 +23,13 @@ std::string without(std::string text, const std::string& line) {
 
 TEST(Reader, FatalLines) {
   const std::vector<std::string> cases = {
-      "[Global]\n  \t \n" + kTail,                                     // blanks only
-      "/*\n/* nested\n*/\n" + kTail,                                   // nested block comment
-      "[Global]\n[ZELP] # note\n" + kTail,                             // not a header: unknown key
-      kTail + "/* never closed\n",                                     // ends inside a comment
-      "[ZELP]\n" + kImage + kKELM,                                     // [Image] before [KELM]
+      "[Global]\n  \t \n" + kTail,          // blanks only
+      "/*\n/* nested\n*/\n" + kTail,        // nested block comment
+      "[Global]\n[ZELP] # note\n" + kTail,  // not a header: unknown key
+      kTail + "/* never closed\n",          // ends inside a comment
+      "[ZELP]\n" + kImage + kKELM,          // [Image] before [KELM]
+      kImage + kKELM,
+      "[Global]\nImageProcessingFile=\"\"\n" + kTail,                  // every named file is opened
       "[ZELP]\nJobName=abc\n" + kTail,                                 // text not quoted
       "[ZELP]\nJobName=\"a#b\"\n" + kTail,                             // cut inside the quotes
       "[ZELP]\nJobName=\"a\" b\n" + kTail,                             // text after the quote
@@ -131,6 +133,15 @@ TEST(Reader, DefaultsDependOnSectionOrder) {
     EXPECT_EQ(p->jobImpressions, c.jobImpressions);
     EXPECT_EQ(std::string(p->outFilePath), c.defaultOutput ? (dir / "job.dat").string() : "");
   }
+}
+
+TEST(Reader, EachConfigurationStartsAfresh) {
+  TempDir dir;
+  readJob(dir, "[Global]\n[ZELP]\nVersion=2\nPlex=1\n" + kTail);
+  // Neither the key set, nor the section, nor the sections seen carry over.
+  EXPECT_JOB_FAILS("[ZELP]\nPlex=1\n" + kTail, "");
+  EXPECT_EQ(readJob(dir, kTail)->jobImpressions, 1);
+  EXPECT_JOB_FAILS("", "[Global]\n[ZELP]\n");
 }
 
 TEST(Reader, ImageSectionAfterRawPacketsIsNotRead) {

@@ -49,6 +49,7 @@ TEST(ValueKinds, AcceptedNumbersAndSymbols) {
       {IS, "kelm_id_val_compression_packbits_seedrow", 256},
       {QS, "\"LONGEDGE\"", 1},
       {QS, "\"kelm_id_val_inktype_matte\"", 1},
+      {parseParameterSymbol, "LONGEDGE", 1},
       {EX, "id_val_lfp_medium_type_ex_0123", 0x123},
       {EX, "id_val_lfp_medium_type_ex_any", 65535},
       {EX, "id_val_lfp_medium_type_ex_not_care", 65534},
@@ -90,6 +91,7 @@ TEST(ValueKinds, RejectedNumbersAndSymbols) {
       {QS, "LONGEDGE"},
       {QS, "\"nope\""},
       {QS, "\"\""},
+      {parseParameterSymbol, "\"LONGEDGE\""},
       {EX, "id_val_lfp_medium_type_ex_12345"},
       {EX, "id_val_lfp_medium_type_ex_foo"},
       {EX, "id_val_lfp_medium_type_ex_"},
@@ -103,7 +105,7 @@ TEST(ValueKinds, RejectedNumbersAndSymbols) {
 
 TEST(ValueKinds, RepeatedKey) {
   for (Parser parse : {parseParameterInteger, parseParameterIntegerS, parseParameterIntegerSymbol,
-                       extractParameterIntegerSymbol}) {
+                       extractParameterIntegerSymbol, parseParameterSymbol}) {
     int field = 7;
     EXPECT_EXIT_WITH_STDOUT(parse("K", "K", "1", &field, nullptr), "");
   }
