@@ -29,8 +29,7 @@ TEST(PathConversion, ToSlash) {
       {"::a:b\\c", "../a/b/c", 1},
       {"C:/x", "C//x", 1},
       // Going up grows the text: it is cut to the field.
-      {std::string(200, ':') + "x", manyLevelsUp.substr(0, kPathSize - 1), 1},
-  };
+      {std::string(200, ':') + "x", manyLevelsUp.substr(0, kPathSize - 1), 1}};
   for (const PathCase& c : cases) {
     char path[kPathSize] = {};
     copyField(path, c.in.c_str());
@@ -58,8 +57,7 @@ TEST(PathConversion, ToFullPath) {
       {"/jobs/a", {"", "", 0}},
       {".", {"k.tif", "./k.tif", 1}},
       {".", {"../k.tif", "./k.tif", 1}},
-      {longDir, {"k.tif", (longDir + "/k.tif").substr(0, kPathSize - 1), 1}},
-  };
+      {longDir, {"k.tif", (longDir + "/k.tif").substr(0, kPathSize - 1), 1}}};
   for (const FullCase& c : cases) {
     parameter p;
     copyField(p.cfgDirectory, c.directory.c_str());

@@ -39,8 +39,7 @@ TEST(Reader, FatalLines) {
       // The last image is checked from the last header, here the [Global] after it.
       kTail + "[Global]\n",
       // An [Image] section after [ZELP_Raw] is not read: no image entry at all.
-      kKELM + "[ZELP_Raw]\n[Image]\nImageFileK=\"k.bmp\"\n",
-  };
+      kKELM + "[ZELP_Raw]\n[Image]\nImageFileK=\"k.bmp\"\n"};
   for (const std::string& text : cases) EXPECT_JOB_FAILS(text, "");
 }
 
@@ -51,8 +50,7 @@ TEST(Reader, MissingSectionsNameOnlyGlobalAndZELP) {
       {"[ZELP]\n" + kKELM, "[Global]\n"},
       {"[Global]\n[ZELP]\n" + kKELM, ""},
       {kKELM + "[ZELP_Raw]\n", "[Global]\n[ZELP]\n"},
-      {"[Global] # not a header\n[ZELP]\n", "[Global]\n"},
-  };
+      {"[Global] # not a header\n[ZELP]\n", "[Global]\n"}};
   for (const auto& [text, out] : cases) EXPECT_JOB_FAILS(text, out);
 }
 
@@ -101,8 +99,7 @@ TEST(Reader, AcceptedLayouts) {
        [](const parameter& p, const std::string&) {
          EXPECT_EQ(std::string(p.jobName), std::string(39, 'n'));
          EXPECT_EQ(std::string(p.clientJobInfo, sizeof p.clientJobInfo), std::string(48, 'i'));
-       }},
-  };
+       }}};
   for (const Accepted& c : cases) {
     SCOPED_TRACE(c.text);
     TempDir dir;
@@ -116,16 +113,14 @@ TEST(Reader, DefaultsDependOnSectionOrder) {
     int jobImpressions;
     bool defaultOutput;
   };
-  const std::vector<Case> cases = {
-      {"", 1, true},
-      {"[Global]\n", -1, true},
-      {"[ZELP]\n", 1, true},
-      {"[Global]\n[ZELP]\n", 1, true},
-      {"[ZELP]\nJobImpressions=3\n", 3, true},
-      {"[ZELP]\nVersion=2\nJobImpressions=5\n", 1, true},
-      {"[ZELP_Raw]\n", 1, false},
-      {"[Global]\n[ZELP_Raw]\n", 1, false},
-  };
+  const std::vector<Case> cases = {{"", 1, true},
+                                   {"[Global]\n", -1, true},
+                                   {"[ZELP]\n", 1, true},
+                                   {"[Global]\n[ZELP]\n", 1, true},
+                                   {"[ZELP]\nJobImpressions=3\n", 3, true},
+                                   {"[ZELP]\nVersion=2\nJobImpressions=5\n", 1, true},
+                                   {"[ZELP_Raw]\n", 1, false},
+                                   {"[Global]\n[ZELP_Raw]\n", 1, false}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.before);
     TempDir dir;
