@@ -19,8 +19,8 @@ enum Section {
   kSectionImageHeader = 6
 };
 
-// Splits one line into key and value, updating the section state. -1 for a line to ignore,
-// 0 for a header or key line.
+// Splits one line into key and value (buffers of 1024 bytes), updating the section state.
+// -1 for a line to ignore, 0 for a header or key line.
 int parseKeyValue(const char* line, int lineNumber, char* key, char* value);
 // True once, at the first key of an [Image] section.
 bool takeNewImageSection();
