@@ -19,6 +19,8 @@ extern "C" int makeZELPData(const char* path) {
       // Nothing to do: the configuration reader reports a path that cannot be opened.
     }
   }
+  // A path cut to the record's buffers could name another job: such a path is refused.
+  if (std::strlen(resolvedFull) >= kPathSize) std::exit(1);
   char resolved[kPathSize];
   copyField(resolved, resolvedFull);
 

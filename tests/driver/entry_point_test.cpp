@@ -1,19 +1,72 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
-#include "inspect/packets.h"
 #include "support/support.h"
 #include "zelpgen/zelpgen.h"
 
 namespace {
 
 using testsupport::TempDir;
+namespace fs = std::filesystem;
 
-TEST(EntryPoint, MissingConfigurationEndsWithStatusOne) {
+// A job without OutFilePath whose image lies beside the configuration.
+const std::string kJob =
+    "[KELM]\nPrinterResolutionH=600\nPrinterResolutionV=600\nPaperOrient=\"SHORTEDGE\"\n"
+    "MarginTop=0\nMarginBottom=0\nMarginLeft=0\nMarginRight=0\n"
+    "[Image]\nImageFileK=\"k.bmp\"\nColorSpace=4\nCompressionMode=2\nNumOfPlanes=1\n"
+    "PixelDepthK=8\nGraphicResolutionH=300\nGraphicResolutionV=300\n";
+
+void writeJob(const fs::path& cfg) {
+  fs::create_directories(cfg.parent_path());
+  testsupport::writeFile(cfg, kJob);
+  testsupport::writeFile(cfg.parent_path() / "k.bmp", std::string("x"));
+}
+
+TEST(EntryPoint, DefaultOutputReplacesTheLastDotOfThePath) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"job.cfg", "job.dat"},
+      {"dir/job.x.cfg", "dir/job.x.dat"},
+      {"a.b/job.cfg", "a.b/job.dat"},
+      // The file name has no dot: the directory's dot is cut.
+      {"a.b/job", "a.dat"},
+  };
+  for (const auto& [cfg, out] : cases) {
+    TempDir dir;
+    writeJob(dir / cfg);
+    EXPECT_EQ(makeZELPData((dir / cfg).c_str()), 0) << cfg;
+    EXPECT_TRUE(fs::exists(dir / out)) << cfg;
+  }
+}
+
+TEST(EntryPoint, ResolvesThePathBeforeDerivingNames) {
   TempDir dir;
-  const std::string cfg = (dir / "absent.cfg").string();
-  EXPECT_EXIT_WITH_STDOUT(makeZELPData(cfg.c_str()), "");
+  writeJob(dir / "real" / "job.cfg");
+  fs::create_directories(dir / "links");
+  fs::create_symlink(dir / "real" / "job.cfg", dir / "links" / "link.cfg");
+  // The image is found beside the real file and the output is named after it.
+  EXPECT_EQ(makeZELPData((dir / "links" / "link.cfg").c_str()), 0);
+  EXPECT_TRUE(fs::exists(dir / "real" / "job.dat"));
+  EXPECT_FALSE(fs::exists(dir / "links" / "link.dat"));
+}
+
+TEST(EntryPoint, ConfigurationThatCannotBeReadEndsWithStatusOne) {
+  TempDir dir;
+  EXPECT_EXIT_WITH_STDOUT(makeZELPData((dir / "absent.cfg").c_str()), "");
+  EXPECT_EXIT_WITH_STDOUT(makeZELPData(nullptr), "");
+
+  // A path longer than the name buffers is refused, not cut to another job's name.
+  fs::path deep = dir.path();
+  while (deep.string().size() < 200) deep /= std::string(40, 'd');
+  deep /= std::string(251 - deep.string().size() - 1, 'e');
+  const fs::path cut = deep / "job.cfg";
+  ASSERT_EQ(cut.string().size(), 259u);
+  writeJob(cut);
+  writeJob(deep / "job.cfg.long");
+  EXPECT_EQ(makeZELPData(cut.c_str()), 0);
+  EXPECT_EXIT_WITH_STDOUT(makeZELPData((deep / "job.cfg.long").c_str()), "");
 }
 
 }  // namespace

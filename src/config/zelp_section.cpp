@@ -1,0 +1,143 @@
+// [Global] and [ZELP] key parsers.
+#include <cstdlib>
+#include <cstring>
+
+#include "cmdfile/cmdfile.h"
+#include "cmdfile/raw_packet.h"
+#include "config/config.h"
+#include "config/sections.h"
+#include "config/values.h"
+
+namespace {
+
+int sZELPVersion = 1;
+
+using Handler = int (*)(cfgLine*, parameter*);
+
+template <auto Field>
+int text(cfgLine* l, parameter* p) {
+  return parseParameterString(l->key, l->key, l->value, p->*Field, l);
+}
+template <int parameter::*Field>
+int integer(cfgLine* l, parameter* p) {
+  return parseParameterInteger(l->key, l->key, l->value, &(p->*Field), l);
+}
+template <int parameter::*Field>
+int integerSymbol(cfgLine* l, parameter* p) {
+  return parseParameterIntegerSymbol(l->key, l->key, l->value, &(p->*Field), l);
+}
+int mediumTypeEx(cfgLine* l, parameter* p) {
+  return extractParameterIntegerSymbol(l->key, l->key, l->value, &p->mediumTypeEx, l);
+}
+int jobTime(cfgLine* l, parameter* p) {
+  return parseJobTime(l->key, l->key, l->value, p, l);
+}
+int clientJobUUID(cfgLine* l, parameter* p) {
+  const int result = parseParameterStringUUID(l->key, l->key, l->value, p->clientJobUUID, l);
+  p->clientJobIDSet = 1;
+  return result;
+}
+int clientJobInfo(cfgLine* l, parameter* p) {
+  p->clientJobIDSet = 1;
+  // The job info field is sent as 48 bytes: a text of 48 characters keeps no terminator.
+  return parseParameterText(l->key, l->key, l->value, p->clientJobInfo, sizeof p->clientJobInfo, l);
+}
+
+// How each key set treats a key: stored, accepted and ignored, or unknown (fatal).
+enum Use : unsigned char { kFatal, kStored, kIgnored };
+
+struct ZELPKey {
+  const char* name;
+  Use set1;
+  Use set2;
+  Handler parse;
+};
+
+constexpr ZELPKey kZELPKeys[] = {
+    {"JobName", kStored, kStored, text<&parameter::jobName>},
+    {"JobOwner", kStored, kStored, text<&parameter::jobOwner>},
+    {"JobClientID", kStored, kIgnored, text<&parameter::jobClientID>},
+    {"PanelMessage", kStored, kStored, text<&parameter::panelMessage>},
+    {"JobTime", kStored, kStored, jobTime},
+    {"TrayUnitID", kStored, kStored, integerSymbol<&parameter::trayUnitID>},
+    {"TrayAlias", kStored, kStored, integerSymbol<&parameter::trayAlias>},
+    {"Medium", kStored, kStored, integerSymbol<&parameter::medium>},
+    {"MediumTypeEx", kStored, kStored, mediumTypeEx},
+    {"Quality", kStored, kStored, integerSymbol<&parameter::quality>},
+    {"MediumCuttingType", kStored, kStored, integerSymbol<&parameter::mediumCuttingType>},
+    {"InkDryingType", kStored, kIgnored, integerSymbol<&parameter::inkDryingType>},
+    {"InkDryingTime", kStored, kIgnored, integer<&parameter::inkDryingTime>},
+    {"JobImpressions", kStored, kIgnored, integer<&parameter::jobImpressions>},
+    {"PageInkDryingTime", kStored, kStored, integerSymbol<&parameter::pageInkDryingTime>},
+    {"BandInkDryingTime", kStored, kStored, integerSymbol<&parameter::bandInkDryingTime>},
+    {"RollMediaTopBlank", kStored, kStored, integerSymbol<&parameter::rollMediaTopBlank>},
+    {"RollMediaBottomBlank", kStored, kIgnored, integerSymbol<&parameter::rollMediaBottomBlank>},
+    {"PaperThickness", kStored, kIgnored, integerSymbol<&parameter::paperThickness>},
+    {"PrintingSuction", kStored, kStored, integerSymbol<&parameter::printingSuction>},
+    {"CuttingSpeed", kStored, kStored, integerSymbol<&parameter::cuttingSpeed>},
+    // Unlike the other keys of set 2, these four are unknown to set 1.
+    {"Plex", kFatal, kStored, integerSymbol<&parameter::plex>},
+    {"PlexImagePositionAdjustment", kFatal, kStored,
+     integerSymbol<&parameter::plexImagePositionAdjustment>},
+    {"HeadHeight", kFatal, kStored, integerSymbol<&parameter::headHeight>},
+    {"SetPathMode", kFatal, kStored, integerSymbol<&parameter::setPathMode>},
+    {"JobCreatorID", kIgnored, kStored, integer<&parameter::jobCreatorID>},
+    {"JobStartExecutionMode", kIgnored, kStored, integerSymbol<&parameter::jobStartExecutionMode>},
+    {"COLMode", kIgnored, kStored, integerSymbol<&parameter::colMode>},
+    {"COLCount", kIgnored, kStored, integer<&parameter::colCount>},
+    {"COLHandle", kIgnored, kStored, integer<&parameter::colHandle>},
+    {"COLNumber", kIgnored, kStored, integer<&parameter::colNumber>},
+    {"COLPassword", kIgnored, kStored, integer<&parameter::colPassword>},
+    {"JobStartMode", kIgnored, kStored, integerSymbol<&parameter::jobStartMode>},
+    {"ClientJobID_UUID", kIgnored, kStored, clientJobUUID},
+    {"ClientJobID_JobInfo", kIgnored, kStored, clientJobInfo},
+    {"JobCopies", kIgnored, kStored, integer<&parameter::jobCopies>},
+    {"QualityOptimizedLevel", kIgnored, kStored, integerSymbol<&parameter::qualityOptimizedLevel>},
+    {"HeadOneWayPrint", kIgnored, kStored, integerSymbol<&parameter::headOneWayPrint>},
+    {"Calibration", kIgnored, kStored, integerSymbol<&parameter::calibration>},
+    {"JobImpressions2", kIgnored, kStored, integer<&parameter::jobImpressions2>},
+    {"SetJobOctets", kIgnored, kStored, integer<&parameter::setJobOctets>},
+};
+
+}  // namespace
+
+int zelpVersion() {
+  return sZELPVersion;
+}
+
+void resetZELPVersion() {
+  sZELPVersion = 1;
+}
+
+int parseGlobalParameter(cfgLine* line, parameter* p) {
+  if (std::strcmp(line->key, "[Global]") == 0) return 0;
+  if (parseParameterString(line->key, "OutFilePath", line->value, p->outFilePath, line) == 1)
+    return 1;
+  if (std::strcmp(line->key, "ImageProcessingFile") != 0) std::exit(1);
+  imageProcessingFile* file = addImageProcessingFile(p->imageProcessingFileList);
+  return parseParameterString(line->key, "ImageProcessingFile", line->value, file->path, line);
+}
+
+int parseZELPParameter(cfgLine* line, parameter* p) {
+  // A defined command takes precedence over a built-in key of the same name.
+  if (p->commandDefinitions != nullptr &&
+      isExistMatchCommand(p->commandDefinitions, line->key) == 1)
+    return parseZELPParameterCmd(line, p);
+  return parseZELPParameterBuild(line, p);
+}
+
+int parseZELPParameterBuild(cfgLine* line, parameter* p) {
+  if (std::strcmp(line->key, "[ZELP]") == 0) return 0;
+  if (parseParameterInteger(line->key, "Version", line->value, &p->version, line) == 1) {
+    sZELPVersion = p->version == 2 ? 2 : 1;
+    return 1;
+  }
+  for (const ZELPKey& k : kZELPKeys) {
+    if (std::strcmp(line->key, k.name) != 0) continue;
+    const Use use = sZELPVersion == 2 ? k.set2 : k.set1;
+    if (use == kStored) return k.parse(line, p);
+    if (use == kIgnored) return 0;
+    break;
+  }
+  std::exit(1);
+}

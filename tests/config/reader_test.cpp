@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "job_files.h"
+
+namespace {
+
+using jobfiles::kImage;
+using jobfiles::kKELM;
+using jobfiles::readJob;
+using testsupport::TempDir;
+
+const std::string kTail = kKELM + kImage;
+
+// `text` without its line `line`.
+std::string without(std::string text, const std::string& line) {
+  text.erase(text.find(line + "\n"), line.size() + 1);
+  return text;
+}
+
+TEST(Reader, FatalLines) {
+  const std::vector<std::string> cases = {
+      "[Global]\n  \t \n" + kTail,          // blanks only
+      "/*\n/* nested\n*/\n" + kTail,        // nested block comment
+      "[Global]\n[ZELP] # note\n" + kTail,  // not a header: unknown key
+      kTail + "/* never closed\n",          // ends inside a comment
+      "[ZELP]\n" + kImage + kKELM,          // [Image] before [KELM]
+      kImage + kKELM,
+      "[Global]\nImageProcessingFile=\"\"\n" + kTail,                  // every named file is opened
+      "[ZELP]\nJobName=abc\n" + kTail,                                 // text not quoted
+      "[ZELP]\nJobName=\"a#b\"\n" + kTail,                             // cut inside the quotes
+      "[ZELP]\nJobName=\"a\" b\n" + kTail,                             // text after the quote
+      "[Global]\nOutFilePath=\"a\"\nOutFilePath=\"b\"\n" + kTail,      // given twice
+      "[ZELP]\nJobName=\"" + std::string(2000, 'x') + "\"\n" + kTail,  // quote cut off
+      "[Global]\nColor=1\n" + kTail,                                   // unknown key
+      // The last image is checked from the last header, here the [Global] after it.
+      kTail + "[Global]\n",
+      // An [Image] section after [ZELP_Raw] is not read: no image entry at all.
+      kKELM + "[ZELP_Raw]\n[Image]\nImageFileK=\"k.bmp\"\n"};
+  for (const std::string& text : cases) EXPECT_JOB_FAILS(text, "");
+}
+
+TEST(Reader, MissingSectionsNameOnlyGlobalAndZELP) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"", "[Global]\n[ZELP]\n"},
+      {"[Global]\n", "[ZELP]\n"},
+      {"[ZELP]\n" + kKELM, "[Global]\n"},
+      {"[Global]\n[ZELP]\n" + kKELM, ""},
+      {kKELM + "[ZELP_Raw]\n", "[Global]\n[ZELP]\n"},
+      {"[Global] # not a header\n[ZELP]\n", "[Global]\n"}};
+  for (const auto& [text, out] : cases) EXPECT_JOB_FAILS(text, out);
+}
+
+struct Accepted {
+  std::string text;
+  std::function<void(const parameter&, const std::string& dir)> check;
+};
+
+TEST(Reader, AcceptedLayouts) {
+  const std::string longLine = "#" + std::string(2000, 'x') + "\n";
+  const std::vector<Accepted> cases = {
+      {"[ZELP]\r\nJobName=\"a\"\rJobOwner=\"b\"\n" + kTail,
+       [](const parameter& p, const std::string&) {
+         EXPECT_STREQ(p.jobName, "a");
+         EXPECT_STREQ(p.jobOwner, "b");
+       }},
+      {"stray line\nKey=1\n# lead\n  # indented\n/* block\nBogus\n*/ rest ignored\n"
+       "[ZELP]  \nJobName=\"x\" # note\n[ZELP] # same section: ignored\n" +
+           longLine + "JobOwner=\"y\"\n" + kTail,
+       [](const parameter& p, const std::string&) {
+         EXPECT_STREQ(p.jobName, "x");
+         EXPECT_STREQ(p.jobOwner, "y");
+       }},
+      {"[ZELP]\nJobName=\"A \"\"B\"\" C\"\nJobOwner=\"q\\\"t\\x\"\nPanelMessage=\"\"\n"
+       "PanelMessage=\"\"\"\"\n" +
+           kTail,
+       [](const parameter& p, const std::string&) {
+         EXPECT_STREQ(p.jobName, "A \"B\" C");
+         EXPECT_STREQ(p.jobOwner, "q\"t\\x");
+         EXPECT_STREQ(p.panelMessage, "\"");
+       }},
+      {"[Global]\nOutFilePath=\"\"\nOutFilePath=\"x.dat\"\n" + kTail,
+       [](const parameter& p, const std::string& dir) {
+         EXPECT_EQ(std::string(p.outFilePath), dir + "/x.dat");
+       }},
+      // A key alone keeps the value of the line before it, a header's being its number.
+      {"[ZELP]\nJobName=\"a\"\nJobOwner\n[KELM]\nPrinterResolutionH\n" +
+           without(without(kKELM, "[KELM]"), "PrinterResolutionH=600") + kImage,
+       [](const parameter& p, const std::string&) {
+         EXPECT_STREQ(p.jobOwner, "a");
+         EXPECT_EQ(p.printerResolutionH, 4);
+       }},
+      // Text fields keep what fits, terminator included; the job info needs none.
+      {"[ZELP]\nJobName=\"" + std::string(50, 'n') + "\"\nVersion=2\nClientJobID_JobInfo=\"" +
+           std::string(60, 'i') + "\"\n" + kTail,
+       [](const parameter& p, const std::string&) {
+         EXPECT_EQ(std::string(p.jobName), std::string(39, 'n'));
+         EXPECT_EQ(std::string(p.clientJobInfo, sizeof p.clientJobInfo), std::string(48, 'i'));
+       }}};
+  for (const Accepted& c : cases) {
+    SCOPED_TRACE(c.text);
+    TempDir dir;
+    c.check(*readJob(dir, c.text), dir.path().string());
+  }
+}
+
+TEST(Reader, DefaultsDependOnSectionOrder) {
+  struct Case {
+    std::string before;
+    int jobImpressions;
+    bool defaultOutput;
+  };
+  const std::vector<Case> cases = {{"", 1, true},
+                                   {"[Global]\n", -1, true},
+                                   {"[ZELP]\n", 1, true},
+                                   {"[Global]\n[ZELP]\n", 1, true},
+                                   {"[ZELP]\nJobImpressions=3\n", 3, true},
+                                   {"[ZELP]\nVersion=2\nJobImpressions=5\n", 1, true},
+                                   {"[ZELP_Raw]\n", 1, false},
+                                   {"[Global]\n[ZELP_Raw]\n", 1, false}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.before);
+    TempDir dir;
+    auto p = readJob(dir, c.before + kTail);
+    EXPECT_EQ(p->jobImpressions, c.jobImpressions);
+    EXPECT_EQ(std::string(p->outFilePath), c.defaultOutput ? (dir / "job.dat").string() : "");
+  }
+}
+
+TEST(Reader, EachConfigurationStartsAfresh) {
+  TempDir dir;
+  readJob(dir, "[Global]\n[ZELP]\nVersion=2\nPlex=1\n" + kTail);
+  // Neither the key set, nor the section, nor the sections seen carry over.
+  EXPECT_JOB_FAILS("[ZELP]\nPlex=1\n" + kTail, "");
+  EXPECT_EQ(readJob(dir, kTail)->jobImpressions, 1);
+  EXPECT_JOB_FAILS("", "[Global]\n[ZELP]\n");
+}
+
+TEST(Reader, ImageSectionAfterRawPacketsIsNotRead) {
+  TempDir dir;
+  auto p = readJob(dir, kTail + "[Image]\nImageFileK=\"k.bmp\"\nStartingPositionX=5\n" +
+                            "[ZELP_Raw]\n[Image]\nAnything=at all\n");
+  ASSERT_NE(p->imageParameterList->next, nullptr);
+  EXPECT_EQ(p->imageParameterList->next->next, nullptr);
+  EXPECT_EQ(p->imageParameterList->next->startingPositionX, 5);
+}
+
+}  // namespace

@@ -1,0 +1,251 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "image/reduction.h"
+#include "job_files.h"
+
+namespace {
+
+using jobfiles::kImage;
+using jobfiles::kKELM;
+using jobfiles::readJob;
+using testsupport::TempDir;
+
+const std::string kTail = kKELM + kImage;
+const std::string kResolutions = "GraphicResolutionH=300\nGraphicResolutionV=300\n";
+
+struct Case {
+  std::string text;
+  std::function<void(const parameter&)> check;
+};
+
+void expectAccepted(const std::vector<Case>& cases) {
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    TempDir dir;
+    c.check(*readJob(dir, c.text));
+  }
+}
+
+TEST(ZELPKeySets, UnknownKeysAndRepeatsEndTheJob) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      // Set 1 has no ignore entry for these four.
+      {"Plex=id_val_plex_simplex\n", ""},
+      {"PlexImagePositionAdjustment=1\n", ""},
+      {"HeadHeight=1\n", ""},
+      {"SetPathMode=1\n", ""},
+      {"Version=3\nPlex=1\n", ""},
+      {"Version=2\nUnknown=1\n", ""},
+      {"Version=2\nVersion=2\n", ""},
+      {"TrayUnitID=1\nTrayUnitID=2\n", ""},
+      {"Version=2\nClientJobID_JobInfo=\"a\"\nClientJobID_JobInfo=\"b\"\n", ""},
+      // Echoed values reach stdout before the process ends.
+      {"JobTime=1\nJobTime=\"01/02/2026 03:04:05\"\n", "JobTime=1\n"},
+      {"JobTime=zelpgen_id_val_set_job_time_none\nBogus\n",
+       "JobTime=zelpgen_id_val_set_job_time_none\n"}};
+  for (const auto& [lines, out] : cases) EXPECT_JOB_FAILS("[ZELP]\n" + lines + kTail, out);
+}
+
+TEST(ZELPKeySets, StoredAndIgnoredKeys) {
+  const std::string uuid1 = "00000000-0000-0000-0000-000000000001";
+  const std::string uuid2 = "ffffffff-0000-0000-0000-000000000002";
+  expectAccepted({
+      // Ignored keys are not even parsed.
+      {"[ZELP]\nJobCopies=not a number\nCOLPassword=x\nClientJobID_UUID=bad\n" + kTail,
+       [](const parameter& p) {
+         EXPECT_EQ(p.jobCopies, -1);
+         EXPECT_EQ(p.colPassword, -1);
+         EXPECT_EQ(p.clientJobIDSet, -1);
+         EXPECT_EQ(p.version, -1);
+       }},
+      {"[ZELP]\nVersion=2\nJobClientID=bad\nInkDryingTime=x\nJobImpressions=5\nPaperThickness=x\n"
+       "RollMediaBottomBlank=x\nInkDryingType=x\n" +
+           kTail,
+       [](const parameter& p) {
+         EXPECT_STREQ(p.jobClientID, "");
+         EXPECT_EQ(p.inkDryingTime, -1);
+         EXPECT_EQ(p.jobImpressions, 1);
+       }},
+      // Keys before Version are read under the set then in force.
+      {"[ZELP]\nJobClientID=\"c\"\nVersion=2\nPlex=id_val_plex_simplex\nClientJobID_UUID=" + uuid1 +
+           "\nClientJobID_UUID=" + uuid2 + "\nMediumTypeEx=foo\n" + kTail,
+       [](const parameter& p) {
+         EXPECT_STREQ(p.jobClientID, "c");
+         EXPECT_EQ(p.plex, 1);
+         EXPECT_EQ(p.clientJobIDSet, 1);
+         EXPECT_EQ(p.clientJobUUID[0], 0xff);
+         EXPECT_EQ(p.clientJobUUID[15], 2);
+         EXPECT_EQ(p.mediumTypeEx, -1);
+       }},
+      {"[ZELP]\nVersion=2\nClientJobID_JobInfo=\"\"\n" + kTail,
+       [](const parameter& p) { EXPECT_EQ(p.clientJobIDSet, 1); }},
+  });
+}
+
+TEST(KELMSection, ChecksAtTheFirstImage) {
+  auto replace = [](std::string text, const std::string& from, const std::string& to) {
+    return text.replace(text.find(from), from.size(), to);
+  };
+  const std::string orient = "PaperOrient=\"SHORTEDGE\"\n";
+  const std::vector<std::string> cases = {
+      replace(kKELM, "PrinterResolutionV=600\n", ""),
+      replace(kKELM, orient, ""),
+      replace(kKELM, orient, "PaperName=\"custom\"\n"),
+      replace(kKELM, orient, "PaperName=\"CUSTOM\"\nPaperSizeInDeciMilliMeterH=2100\n"),
+      replace(kKELM, "MarginLeft=0", "MarginLeft=-1"),
+      replace(kKELM, "MarginTop=0", "MarginTop=25mm"),
+      kKELM + "Foo=1\n",
+      kKELM + "NewPJL=unquoted\n",
+      kKELM + "PaperName=\"a\"\nPaperName=\"b\"\n"};
+  for (const std::string& kelm : cases) EXPECT_JOB_FAILS(kelm + kImage, "");
+
+  expectAccepted({
+      {replace(kKELM, orient,
+               "PaperName=\"CUSTOM\"\nPaperSizeInDeciMilliMeterH=2100\n"
+               "PaperSizeInDeciMilliMeterV=2970\n") +
+           kImage,
+       [](const parameter& p) {
+         EXPECT_EQ(p.paperSizeV, 2970);
+         EXPECT_EQ(p.paperOrient, -1);
+       }},
+      {replace(kKELM, "MarginTop=0", "MarginTop=-5") +
+           "PaperOrient=\"LONGEDGE\"\nNewPJL=\"@PJL A\"\nNewPJL=\"@PJL B\"\n" + kImage,
+       [](const parameter& p) {
+         EXPECT_EQ(p.marginTop, -5);
+         EXPECT_EQ(p.paperOrient, 1);
+         ASSERT_NE(p.newPJLList, nullptr);
+         EXPECT_STREQ(p.newPJLList->text, "@PJL A");
+         EXPECT_STREQ(p.newPJLList->next->text, "@PJL B");
+         EXPECT_EQ(p.newPJLLast, p.newPJLList->next.get());
+       }},
+  });
+}
+
+TEST(ImageSection, ChecksOfTheEntry) {
+  const std::string k8 = "[Image]\nImageFileK=\"k.bmp\"\nColorSpace=4\nCompressionMode=2\n";
+  const std::vector<std::string> cases = {
+      k8 + "NumOfPlanes=1\nPixelDepthK=8\nGraphicResolutionH=300\n",
+      "[Image]\nImageFilem=\"m.bmp\"\nColorSpace=4\nCompressionMode=2\nNumOfPlanes=1\n"
+      "PixelDepthm=0\nPixelDepthK=8\n" +
+          kResolutions,
+      "[Image]\nImageFilem=\"m.bmp\"\nColorSpace=4\nCompressionMode=2\nNumOfPlanes=1\n"
+      "PixelDepthK=8\n" +
+          kResolutions,
+      k8 + "NumOfPlanes=1\nPixelDepthC=8\n" + kResolutions,
+      k8 + "NumOfPlanes=2\nPixelDepthK=8\n" + kResolutions,
+      "[Image]\nColorSpace=3\nCompressionMode=2\nNumOfPlanes=1\nPixelDepthK=8\n" + kResolutions,
+      "[Image]\nColorSpace=7\nCompressionMode=2\nNumOfPlanes=1\nPixelDepthK=8\n" + kResolutions,
+      "[Image]\nColorSpace=18\nCompressionMode=2\nNumOfPlanes=1\nPixelDepthR=8\n"
+      "PixelDepthG=8\n" +
+          kResolutions,
+      k8 + "NumOfPlanes=1\nPixelDepthK=8\nImageFileX=\"k.bmp\"\n" + kResolutions,
+      k8 + "NumOfPlanes=1\nPixelDepthK=8\nImageFileC=\"absent.bmp\"\nPixelDepthC=0\n" +
+          kResolutions,
+      // A later entry with settings of its own inherits nothing, colour space included.
+      kImage + "[Image]\nImageFileK=\"k.bmp\"\nPixelDepthK=8\n"};
+  for (const std::string& image : cases) EXPECT_JOB_FAILS(kKELM + image, "");
+
+  expectAccepted({
+      {kKELM + k8 + "NumOfPlanes=1\nPixelDepthK=0\nPixelDepthC=8\n" + kResolutions,
+       [](const parameter& p) { EXPECT_EQ(p.imageParameterList->pixelDepth[kDepthK], 0); }},
+      {kKELM +
+           "[Image]\nImageFilem=\"m.bmp\"\nColorSpace=4\nCompressionMode=2\nNumOfPlanes=1\n"
+           "PixelDepthm=8\n" +
+           kResolutions,
+       [](const parameter& p) { EXPECT_EQ(p.imageParameterList->pixelDepth[kDepthm], 8); }},
+  });
+}
+
+TEST(ImageSection, Modes) {
+  struct ModeCase {
+    std::string keys;
+    int mode;
+    bool rgbSense;
+  };
+  const std::vector<ModeCase> cases = {
+      {"ColorSpace=3\nNumOfPlanes=4\nCompressionMode=kelm_id_val_compression_packbits\n"
+       "PixelDepthK=1\nPixelDepthC=1\nPixelDepthM=1\nPixelDepthY=1\n",
+       4002, false},
+      {"ColorSpace=5\nNumOfPlanes=6\nCompressionMode=3\nPixelDepthK=1\nPixelDepthC=1\n"
+       "PixelDepthM=1\nPixelDepthY=1\nPixelDepthc=1\nPixelDepthm=1\n",
+       5003, false},
+      {"ColorSpace=5\nNumOfPlanes=11\nCompressionMode=128\nPixelDepthK=1\nPixelDepthC=1\n"
+       "PixelDepthM=1\nPixelDepthY=1\nPixelDepthc=1\nPixelDepthm=1\nPixelDepthR=1\n"
+       "PixelDepthG=1\nPixelDepthB=1\nPixelDepthGy=1\nPixelDepthPgy=1\n",
+       5128, false},
+      {"ColorSpace=4\nNumOfPlanes=1\nCompressionMode=0\nPixelDepthK=2\n", -1, false},
+      // An explicit depth of 0 counts as given.
+      {"ColorSpace=19\nNumOfPlanes=1\nCompressionMode=2\nPixelDepthK=1\nPixelDepthC=0\n"
+       "PixelDepthM=0\nPixelDepthY=0\n",
+       4002, false},
+      {"ColorSpace=2\nNumOfPlanes=1\nCompressionMode=0\nPixelDepthK=8\n", 2000, true},
+      {"ColorSpace=2\nNumOfPlanes=1\nCompressionMode=7\nPixelDepthK=10\n", -1, true},
+      {"ColorSpace=2\nNumOfPlanes=1\nCompressionMode=0\nPixelDepthGy=8\n", 2000, false},
+      {"ColorSpace=2\nNumOfPlanes=3\nCompressionMode=256\nPixelDepthR=8\nPixelDepthG=8\n"
+       "PixelDepthB=8\n",
+       3256, false},
+      {"ColorSpace=18\nNumOfPlanes=1\nCompressionMode=128\nPixelDepthR=8\nPixelDepthG=8\n"
+       "PixelDepthB=8\n",
+       10128, false}};
+  for (const ModeCase& c : cases) {
+    SCOPED_TRACE(c.keys);
+    TempDir dir;
+    auto p = readJob(dir, kKELM + "[Image]\n" + c.keys + kResolutions);
+    EXPECT_EQ(p->imageParameterList->mode, c.mode);
+    EXPECT_EQ(p->imageParameterList->indexLevel[kLevelK], c.rgbSense ? kRGBSenseTable : nullptr);
+  }
+}
+
+TEST(ImageSection, LaterEntriesInheritFromTheFirst) {
+  TempDir dir;
+  auto p = readJob(dir, kTail + "IndexLevelK=4\n" +
+                            "[Image]\nImageFileK=\"k.bmp\"\nStartingPositionX=+10\nYOffsetC=5\n" +
+                            "[Image]\nImageFileK=\"k.bmp\"\nColorSpace=4\nNumOfPlanes=1\n"
+                            "PixelDepthK=8\nCompressionMode=0\nGraphicResolutionH=300\n"
+                            "GraphicResolutionV=600\n");
+  const imageParameter& first = *p->imageParameterList;
+  const imageParameter& second = *first.next;
+  const imageParameter& third = *second.next;
+  EXPECT_EQ(first.sameImageConfiguration, -1);
+  EXPECT_EQ(second.colorSpace, 4);
+  EXPECT_EQ(second.compressionMode, 2);
+  EXPECT_EQ(second.numOfPlanes, 1);
+  EXPECT_EQ(second.pixelDepth[kDepthK], 8);
+  EXPECT_EQ(second.pixelDepth[kDepthC], -1);
+  EXPECT_EQ(second.indexLevel[kLevelK], reductionTable(4));
+  EXPECT_EQ(second.graphicResolutionV, 300);
+  EXPECT_EQ(second.startingPositionX, 10);
+  EXPECT_EQ(second.startingPositionXSign, 1);
+  EXPECT_EQ(second.yOffsetCWithPosition, 5);
+  EXPECT_EQ(second.yOffsetC, -1);
+  EXPECT_EQ(second.sameImageConfiguration, 1);
+  EXPECT_EQ(second.sameGraphicResolutionH, 1);
+  EXPECT_EQ(second.sameGraphicResolutionV, 1);
+  // Compression and index levels are not compared.
+  EXPECT_EQ(third.indexLevel[kLevelK], nullptr);
+  EXPECT_EQ(third.sameImageConfiguration, 1);
+  EXPECT_EQ(third.sameGraphicResolutionH, 1);
+  EXPECT_EQ(third.sameGraphicResolutionV, -1);
+}
+
+TEST(ImageSection, YOffsetCPlacement) {
+  struct Placement {
+    std::string lines;
+    int yOffsetC;
+    int withPosition;
+  };
+  const std::vector<Placement> cases = {{"YOffsetC=5\nStartingPositionY=3\n", 5, -1},
+                                        {"StartingPositionY=3\nYOffsetC=-5\n", -1, -5},
+                                        {"StartingPositionX=-1\nYOffsetC=5\n", 5, -1}};
+  for (const Placement& c : cases) {
+    TempDir dir;
+    auto p = readJob(dir, kTail + c.lines);
+    EXPECT_EQ(p->imageParameterList->yOffsetC, c.yOffsetC) << c.lines;
+    EXPECT_EQ(p->imageParameterList->yOffsetCWithPosition, c.withPosition) << c.lines;
+  }
+}
+
+}  // namespace

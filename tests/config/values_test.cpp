@@ -1,0 +1,268 @@
+#include "config/values.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "image/reduction.h"
+#include "support/support.h"
+
+namespace {
+
+using Parser = int (*)(const char*, const char*, const char*, int*, cfgLine*);
+
+int initialFor(Parser parse) {
+  return parse == parseParameterIntegerS ? INT_MIN : -1;
+}
+
+const Parser I = parseParameterInteger, S = parseParameterIntegerS,
+             IS = parseParameterIntegerSymbol, QS = parseParameterSymbolS,
+             EX = extractParameterIntegerSymbol, BS = parseParameterSymbol;
+
+TEST(ValueKinds, AcceptedNumbersAndSymbols) {
+  using Values = std::vector<std::pair<const char*, int>>;
+  const std::vector<std::pair<Parser, Values>> cases = {
+      {I,
+       {{"101", 101},
+        {"0x65", 101},
+        {"0XfF", 255},
+        {"0x", 0},
+        {"4294967297", 1},
+        {"0x1FFFFFFFF", -1}}},
+      {S,
+       {{"-25", -25},
+        {"+25", 25},
+        {"+-12", 0},
+        {"-0x10", -16},
+        {"-1", -1},
+        {"-2147483649", INT_MAX}}},
+      {IS,
+       {{"id_val_input_tray_cassette_1", 101},
+        {"0x65", 101},
+        {"101", 101},
+        {"id_val_print_quality_high", 3},
+        {"kelm_id_val_compression_packbits_seedrow", 256}}},
+      {QS, {{"\"LONGEDGE\"", 1}, {"\"kelm_id_val_inktype_matte\"", 1}}},
+      {BS, {{"LONGEDGE", 1}}},
+      // A word without the extension prefix is accepted and stores nothing.
+      {EX,
+       {{"id_val_lfp_medium_type_ex_0123", 0x123},
+        {"id_val_lfp_medium_type_ex_any", 65535},
+        {"id_val_lfp_medium_type_ex_not_care", 65534},
+        {"id_val_lfp_medium_type_ex_unknown", 1},
+        {"id_val_lfp_medium_type_ex_other", 2},
+        {"0x10", 16},
+        {"12", 12},
+        {"foo", -1}}}};
+  for (const auto& [parse, values] : cases) {
+    for (const auto& [value, stored] : values) {
+      SCOPED_TRACE(value);
+      int field = initialFor(parse);
+      cfgLine line;
+      line.numericValue = -1;
+      EXPECT_EQ(parse("K", "K", value, &field, &line), 1);
+      EXPECT_EQ(field, stored);
+      EXPECT_EQ(line.numericValue, stored);
+      EXPECT_EQ(parse("K", "Other", value, &field, &line), -1);
+    }
+  }
+}
+
+TEST(ValueKinds, RejectedNumbersAndSymbols) {
+  const std::vector<std::pair<Parser, std::vector<const char*>>> cases = {
+      {I, {"-1", "+5", "12a", "0x1G", ""}},
+      {S, {"25mm", "--1", "-0xZ"}},
+      {IS, {"no_such_symbol", "0xZZ", "ID_VAL_PLEX_SIMPLEX"}},
+      {QS, {"LONGEDGE", "\"nope\"", "\"\""}},
+      {BS, {"\"LONGEDGE\""}},
+      {EX,
+       {"id_val_lfp_medium_type_ex_12345", "id_val_lfp_medium_type_ex_foo",
+        "id_val_lfp_medium_type_ex_"}}};
+  for (const auto& [parse, values] : cases) {
+    for (const char* value : values) {
+      SCOPED_TRACE(value);
+      int field = initialFor(parse);
+      EXPECT_EXIT_WITH_STDOUT(parse("K", "K", value, &field, nullptr), "");
+    }
+  }
+}
+
+TEST(ValueKinds, RepeatedKey) {
+  for (Parser parse : {I, S, IS, EX, BS}) {
+    int field = 7;
+    EXPECT_EXIT_WITH_STDOUT(parse("K", "K", "1", &field, nullptr), "");
+  }
+  // Quoted symbols overwrite.
+  int field = 0;
+  EXPECT_EQ(parseParameterSymbolS("K", "K", "\"ON\"", &field, nullptr), 1);
+  EXPECT_EQ(field, 1);
+}
+
+TEST(ValueKinds, SignedPositions) {
+  struct Case {
+    const char* value;
+    int stored;
+    int sign;
+  };
+  for (const Case& c : {Case{"+12", 12, 1}, Case{"-7", -7, -1}, Case{"5", 5, 0}}) {
+    int field = -1, sign = 9;
+    EXPECT_EQ(parseStartingPosition("K", "K", c.value, &field, &sign, nullptr), 1);
+    EXPECT_EQ(field, c.stored);
+    EXPECT_EQ(sign, c.sign);
+  }
+  for (const char* bad : {"1-2", "x", "+ 1", ""}) {
+    int field = -1, sign = 0;
+    EXPECT_EXIT_WITH_STDOUT(parseYOffset("K", "K", bad, &field, &sign, nullptr), "");
+  }
+  int field = 3, sign = 0;
+  EXPECT_EXIT_WITH_STDOUT(parseYOffset("K", "K", "4", &field, &sign, nullptr), "");
+}
+
+TEST(ValueKinds, IndexLevels) {
+  const unsigned char* const earlier = reductionTable(3);
+  const std::vector<std::pair<const char*, const unsigned char*>> accepted = {
+      {"4", reductionTable(4)}, {"16", reductionTable(16)}, {"0", earlier}, {"abc", earlier}};
+  for (const auto& [value, table] : accepted) {
+    const unsigned char* field = earlier;
+    EXPECT_EQ(parseIndexLevel("K", "K", value, &field, nullptr), 1);
+    EXPECT_EQ(field, table) << value;
+  }
+  for (const char* bad : {"8", "-3", "17", "2", ""}) {
+    const unsigned char* field = nullptr;
+    EXPECT_EXIT_WITH_STDOUT(parseIndexLevel("K", "K", bad, &field, nullptr), "");
+  }
+}
+
+TEST(ValueKinds, UUIDs) {
+  unsigned char bytes[16];
+  ASSERT_EQ(processUUID("00112233-4455-6677-8899-aabbccddeeff", bytes), 0);
+  for (int i = 0; i < 16; ++i) EXPECT_EQ(bytes[i], i * 0x11);
+  ASSERT_EQ(processUUID("AABBCCDD-EEFF-0011-2233-445566778899", bytes), 0);
+  EXPECT_EQ(bytes[0], 0xAA);
+  for (const char* bad :
+       {"00112233445566778899aabbccddeeff", "0011223-34455-6677-8899-aabbccddeeff",
+        "00112233-4455-6677-8899-aabbccddeef", "00112233-4455-6677-8899-aabbccddeefg",
+        "00112233-4455-6677-8899-aabbccddeeff0", ""})
+    EXPECT_EQ(processUUID(bad, bytes), -1) << bad;
+}
+
+TEST(ValueKinds, JobTimes) {
+  struct Case {
+    const char* value;
+    int jobTime;
+    int fields[6];
+    int gmt;
+  };
+  const Case cases[] = {{"5", 5, {0xFFFF, 0xFFFF, 0, 0, 0, 0}, -1},
+                        {"\"01/02/2026 03:04:05\"", 2, {1, 2, 2026, 3, 4, 5}, -1},
+                        {"\"ab/cd/efgh ij:kl:mn\"", 2, {0, 0, 0, 0, 0, 0}, -1}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.value);
+    parameter p;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(parseJobTime("JobTime", "JobTime", c.value, &p, nullptr), 1);
+    const std::string echo = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(echo, c.jobTime == 5 ? "JobTime=5\n" : std::string("JobTime=") + c.value + "\n");
+    EXPECT_EQ(p.jobTime, c.jobTime);
+    const int got[6] = {p.jobTimeField1, p.jobTimeField2, p.jobTimeYear,
+                        p.jobTimeHour,   p.jobTimeMinute, p.jobTimeSecond};
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(got[i], c.fields[i]) << i;
+    EXPECT_EQ(p.jobTimeIsGMT, c.gmt);
+  }
+  for (const char* bad : {"\"12/31/2020 23:59\"", "12/31/2020 23:59:59", "\"12-31-2020 23:59:59\"",
+                          "\"12/31/2020 23:59:59 UTC\"", "0x5"}) {
+    parameter p;
+    EXPECT_EXIT_WITH_STDOUT(parseJobTime("JobTime", "JobTime", bad, &p, nullptr), "");
+  }
+  parameter p;
+  p.jobTime = 0;
+  EXPECT_EXIT_WITH_STDOUT(parseJobTime("JobTime", "JobTime", "1", &p, nullptr), "");
+}
+
+TEST(ValueKinds, Unquoting) {
+  struct Case {
+    const char* in;
+    int result;
+    const char* out;
+  };
+  const Case cases[] = {{"\"abc\"", 0, "abc"},     {"\"\"", 0, ""},
+                        {"\"a\"\"b\"", 0, "a\"b"}, {"\"a\\\"b\"", 0, "a\"b"},
+                        {"\"a\\b\"", 0, "a\\b"},   {"abc", -1, nullptr},
+                        {"\"abc", -1, nullptr},    {"\"a\"b", -1, nullptr},
+                        {"\"a\\\"", -1, nullptr},  {"\"a\"\"", -1, nullptr}};
+  for (const Case& c : cases) {
+    char out[16];
+    EXPECT_EQ(processQuotaions(c.in, out, sizeof out), c.result) << c.in;
+    if (c.out != nullptr) {
+      EXPECT_STREQ(out, c.out) << c.in;
+    }
+  }
+  char small[4];
+  EXPECT_EQ(processQuotaions("\"abcdef\"", small, sizeof small), 0);
+  EXPECT_STREQ(small, "abc");
+}
+
+TEST(SymbolTable, OrderAndValues) {
+  EXPECT_EQ(gIDSymbolTable[kIDSymbolCount].name, nullptr);
+  for (std::size_t i = 0; i < kIDSymbolCount; ++i) {
+    ASSERT_NE(gIDSymbolTable[i].name, nullptr) << i;
+    // A name given twice must carry the same value, or lookup would hide the second.
+    int value = -1;
+    ASSERT_EQ(convertSymbolToInt(gIDSymbolTable[i].name, &value), 0);
+    EXPECT_EQ(static_cast<std::uint32_t>(value), gIDSymbolTable[i].value) << gIDSymbolTable[i].name;
+  }
+  const std::vector<std::pair<std::size_t, const char*>> rows = {
+      {0, "id_val_input_tray_named"},
+      {31, "id_val_input_tray_option_roll_1"},
+      {32, "id_val_medium_type_unknown"},
+      {75, "id_val_medium_type_any"},
+      {91, "id_val_lfp_media_edit_auto"},
+      {128, "id_val_lfp_media_edit_middle3"},
+      {157, "SHORTEDGE"},
+      {178, "kelm_id_val_inktype_matte"}};
+  for (const auto& [i, name] : rows) EXPECT_STREQ(gIDSymbolTable[i].name, name) << i;
+  const std::vector<std::pair<const char*, int>> values = {
+      {"id_val_input_tray_cassette_9", 109},
+      {"id_val_medium_type_glossy_film", 13},
+      {"id_val_medium_type_not_care", 254},
+      {"id_val_lfp_media_edit_low_speed", 27},
+      {"id_val_job_start_type_wait_script_end", 7},
+      {"kelm_id_val_image_format_pixel_kcmy_kccmmy_bi_level", 21},
+      {"kelm_id_val_centering_width_height", 2}};
+  for (const auto& [name, expected] : values) {
+    int value = -1;
+    EXPECT_EQ(convertSymbolToInt(name, &value), 0) << name;
+    EXPECT_EQ(value, expected) << name;
+  }
+  int value = 5;
+  EXPECT_EQ(convertSymbolToInt("longedge", &value), -1);
+  EXPECT_EQ(value, 5);
+}
+
+TEST(SectionChecks, KeyPresenceFromHeader) {
+  // [KELM] at 1, A=5 at 2, [Image] at 3, A=-1 at 4, B (no number stored) at 5.
+  std::unique_ptr<cfgLine> head;
+  cfgLine* last = nullptr;
+  for (auto [n, key, num] :
+       {std::tuple{1, "[KELM]", 0}, std::tuple{2, "A", 5}, std::tuple{3, "[Image]", 0},
+        std::tuple{4, "A", -1}, std::tuple{5, "B", 0}}) {
+    std::unique_ptr<cfgLine>& slot = last == nullptr ? head : last->next;
+    slot = std::make_unique<cfgLine>();
+    last = slot.get();
+    last->lineNumber = n;
+    std::strcpy(last->key, key);
+    last->numericValue = num;
+  }
+  EXPECT_EQ(checkParameterInteger("A", -1, head.get(), 1), 0);
+  EXPECT_EQ(checkParameterInteger("B", -1, head.get(), 3), 0);
+  EXPECT_EXIT_WITH_STDOUT(checkParameterInteger("A", -1, head.get(), 3), "");
+  EXPECT_EXIT_WITH_STDOUT(checkParameterInteger("A", 5, head.get(), 1), "");
+  EXPECT_EXIT_WITH_STDOUT(checkParameterInteger("C", -1, head.get(), 1), "");
+}
+
+}  // namespace
