@@ -296,8 +296,10 @@ bool checkJob(const std::vector<Packet>& packets, std::string* error) {
 std::string describePacket(const Packet& p) {
   std::string out;
   const char* name = operationName(p.operation);
-  appendf(&out, "%08zX  %-13s %3u  flags %02X  length %5u  ", p.offset,
-          name != nullptr ? name : "?", p.operation, p.flags, p.parameterLength);
+  appendf(&out, "%08zX  %-13s %3u  flags %02X  length %5u", p.offset, name != nullptr ? name : "?",
+          p.operation, p.flags, p.parameterLength);
+  if (p.parameters.empty()) return out;
+  out += "  ";
   if (p.operation == kDataOperation && !p.parameters.empty()) {
     appendf(&out, "payload %zu%s", p.parameters.size() - 1,
             p.flags == kMoreData ? ", more follows" : "");

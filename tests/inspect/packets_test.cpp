@@ -185,7 +185,7 @@ TEST(ListPackets, OneLinePerPacketThenTheFault) {
   for (const auto& p : {withParameters(24, {0x08, 0x5C, 0x00, 0x03, 0x01, 0x41}),
                         withParameters(29, {0, 0, 0, 0, 0x40, 0x06, 1, 7, 2}),
                         withParameters(0x1A, {1, 0xAB, 0xCD}, 0x02),
-                        withParameters(18, {0x12, 0x34, 0x01}), header(17, 3)}) {
+                        withParameters(18, {0x12, 0x34, 0x01}), header(25, 0), header(17, 3)}) {
     file.insert(file.end(), p.begin(), p.end());
   }
   std::string listing;
@@ -198,7 +198,8 @@ TEST(ListPackets, OneLinePerPacketThenTheFault) {
       "00000038  ExecuteMethod  29  flags 00  length     9  PrintingSuction = 02\n"
       "00000055  Data           26  flags 02  length     3  payload 2, more follows\n"
       "0000006C  SetJob         18  flags 00  length     3  attribute(4660) = 01\n"
-      "error: offset 131: truncated parameters\n");
+      "00000083  EndDocument    25  flags 00  length     0\n"
+      "error: offset 151: truncated parameters\n");
 }
 
 }  // namespace
