@@ -56,7 +56,7 @@ inline Bytes setValue(std::uint8_t selector, std::uint8_t value) {
 inline Bytes text(std::uint16_t charset, const std::string& s) {
   Bytes b = {static_cast<std::uint8_t>(charset >> 8), static_cast<std::uint8_t>(charset),
              static_cast<std::uint8_t>(s.size())};
-  b.insert(b.end(), s.begin(), s.end());
+  for (char c : s) b.push_back(static_cast<std::uint8_t>(c));
   return b;
 }
 
