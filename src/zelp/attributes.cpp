@@ -153,9 +153,28 @@ void storeMedium(std::uint8_t medium, std::uint8_t sizeHigh, std::uint8_t sizeLo
   sIsMediaSet = 1;
 }
 
+// The 8-byte time pack. `weekday` counts from Sunday (0) as in std::tm; the pack wants 1-6 for
+// Monday-Saturday and 7 for Sunday.
+std::array<std::uint8_t, 8> packTime(int year, int month, int day, int weekday, int hour,
+                                     int minute, int second) {
+  int packedWeekday = ((weekday % 7) + 7) % 7;
+  if (packedWeekday == 0) packedWeekday = 7;  // Sunday
+  const auto y = static_cast<std::uint32_t>(year);
+  const auto ms = static_cast<std::uint32_t>(second) * 1000;
+  return {static_cast<std::uint8_t>(y >> 4),
+          static_cast<std::uint8_t>((y << 4) | (static_cast<std::uint32_t>(month) & 15)),
+          static_cast<std::uint8_t>((static_cast<std::uint32_t>(day) << 3) |
+                                    static_cast<std::uint32_t>(packedWeekday)),
+          0x00,
+          static_cast<std::uint8_t>(hour),
+          static_cast<std::uint8_t>(minute),
+          static_cast<std::uint8_t>(ms >> 8),
+          static_cast<std::uint8_t>(ms)};
+}
+
 void storeTime(const std::tm& t) {
-  mTimePack = zelp_PackTime(t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_wday, t.tm_hour,
-                            t.tm_min, t.tm_sec);
+  mTimePack =
+      packTime(t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_wday, t.tm_hour, t.tm_min, t.tm_sec);
   sIsTimePackSet = 1;
 }
 
@@ -248,23 +267,6 @@ std::vector<std::uint8_t> colData() {
 }
 
 }  // namespace
-
-std::array<std::uint8_t, 8> zelp_PackTime(int year, int month, int day, int weekday, int hour,
-                                          int minute, int second) {
-  int packedWeekday = ((weekday % 7) + 7) % 7;
-  if (packedWeekday == 0) packedWeekday = 7;  // Sunday
-  const auto y = static_cast<std::uint32_t>(year);
-  const auto ms = static_cast<std::uint32_t>(second) * 1000;
-  return {static_cast<std::uint8_t>(y >> 4),
-          static_cast<std::uint8_t>((y << 4) | (static_cast<std::uint32_t>(month) & 15)),
-          static_cast<std::uint8_t>((static_cast<std::uint32_t>(day) << 3) |
-                                    static_cast<std::uint32_t>(packedWeekday)),
-          0x00,
-          static_cast<std::uint8_t>(hour),
-          static_cast<std::uint8_t>(minute),
-          static_cast<std::uint8_t>(ms >> 8),
-          static_cast<std::uint8_t>(ms)};
-}
 
 void zelp_SetTimeAt(std::time_t when) {
   if (const std::tm* utc = std::gmtime(&when)) storeTime(*utc);
