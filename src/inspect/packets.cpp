@@ -1,5 +1,6 @@
 #include "inspect/packets.h"
 
+#include <cstdarg>
 #include <cstdio>
 
 namespace inspect {
@@ -17,6 +18,100 @@ bool fail(std::string* error, std::size_t offset, const char* what) {
   }
   return false;
 }
+
+struct Named {
+  std::uint16_t code;
+  const char* name;
+};
+
+constexpr Named kOperations[] = {
+    {kStartJob, "StartJob"},
+    {kSetJob, "SetJob"},
+    {kEndJob, "EndJob"},
+    {kStartBinder, "StartBinder"},
+    {kSetBinder, "SetBinder"},
+    {kEndBinder, "EndBinder"},
+    {kStartDocument, "StartDocument"},
+    {kSetDocument, "SetDocument"},
+    {kEndDocument, "EndDocument"},
+    {kDataOperation, "Data"},
+    {kExecuteMethod, "ExecuteMethod"},
+    {kOpenJob, "OpenJob"},
+};
+
+constexpr Named kAttributes[] = {
+    {4, "JobName"},
+    {6, "JobOwner"},
+    {8, "JobClientID"},
+    {9, "JobTime"},
+    {13, "JobStartMode"},
+    {240, "JobStartExecutionMode"},
+    {275, "JobImpressions2"},
+    {280, "ClientJobID"},
+    {304, "COL"},
+    {2004, "JobImpressions"},
+    {2006, "JobOctets"},
+    {2007, "JobCopies"},
+    {2015, "Plex"},
+    {2029, "Medium"},
+    {2042, "Quality"},
+    {2140, "PanelMessage"},
+    {2158, "Tray"},
+    {2214, "MediumTypeEx"},
+    {2217, "MediumCuttingType"},
+    {2218, "InkDryingType"},
+    {2219, "InkDryingTime"},
+    {2303, "PlexImagePositionAdjustment"},
+    {2343, "QualityOptimizedLevel"},
+    {2355, "HeadOneWayPrint"},
+};
+
+// Selectors of the set-value method.
+constexpr Named kSelectors[] = {
+    {1, "PageInkDryingTime"}, {2, "BandInkDryingTime"},     {3, "RollMediaTopBlank"},
+    {4, "OutwardSizeFirst"},  {6, "PaperThickness"},        {7, "PrintingSuction"},
+    {9, "CuttingSpeed"},      {13, "RollMediaBottomBlank"}, {14, "HeadHeight"},
+};
+
+template <std::size_t N>
+const char* lookup(const Named (&table)[N], unsigned code) {
+  for (const Named& n : table) {
+    if (n.code == code) return n.name;
+  }
+  return nullptr;
+}
+
+bool isSetOperation(std::uint16_t operation) {
+  return operation == kSetJob || operation == kSetBinder || operation == kSetDocument;
+}
+
+void appendf(std::string* out, const char* format, ...) __attribute__((format(printf, 2, 3)));
+void appendf(std::string* out, const char* format, ...) {
+  char text[256];
+  va_list args;
+  va_start(args, format);
+  std::vsnprintf(text, sizeof text, format, args);
+  va_end(args);
+  *out += text;
+}
+
+// Hex bytes, the first 32 of a longer value followed by the total.
+void appendHex(std::string* out, std::span<const std::uint8_t> bytes) {
+  constexpr std::size_t kShown = 32;
+  for (std::size_t i = 0; i < bytes.size() && i < kShown; ++i) {
+    appendf(out, i == 0 ? "%02X" : " %02X", bytes[i]);
+  }
+  if (bytes.size() > kShown) appendf(out, " ... (%zu bytes)", bytes.size());
+}
+
+void appendAttribute(std::string* out, const Attribute& a) {
+  const char* name = attributeName(a.id);
+  appendf(out, "%s(%u) = ", name != nullptr ? name : "attribute", a.id);
+  appendHex(out, a.value);
+}
+
+// Where a packet may stand: the levels a job opens and closes in turn.
+enum class Level { kNone, kJob, kBinder, kDocument, kClosingJob, kEnded };
 
 }  // namespace
 
@@ -41,7 +136,7 @@ bool decodePackets(std::span<const std::uint8_t> bytes, std::vector<Packet>* pac
       if (p.parameterLength < 2 || p.parameters[0] != 0x01) {
         return fail(error, at, "data packet without its lead byte and payload");
       }
-      if (p.flags != 0x00 && p.flags != 0x02) return fail(error, at, "data packet flags");
+      if (p.flags != 0x00 && p.flags != kMoreData) return fail(error, at, "data packet flags");
     }
     at += 20 + p.parameterLength;
     packets->push_back(std::move(p));
@@ -57,6 +152,192 @@ std::vector<std::uint8_t> rasterStream(const std::vector<Packet>& packets) {
     }
   }
   return out;
+}
+
+const char* operationName(std::uint16_t operation) {
+  return lookup(kOperations, operation);
+}
+
+const char* attributeName(std::uint16_t id) {
+  return lookup(kAttributes, id);
+}
+
+std::optional<Attribute> setAttribute(const Packet& packet) {
+  if (!isSetOperation(packet.operation) || packet.parameters.size() < 2) return std::nullopt;
+  Attribute a;
+  a.id = word(packet.parameters, 0);
+  a.value.assign(packet.parameters.begin() + 2, packet.parameters.end());
+  return a;
+}
+
+std::optional<std::vector<Attribute>> openJobEntries(const Packet& packet) {
+  const std::vector<std::uint8_t>& b = packet.parameters;
+  if (packet.operation != kOpenJob || b.size() < 2 || b[0] != 0x00) return std::nullopt;
+  std::vector<Attribute> entries;
+  std::size_t at = 2;
+  for (unsigned i = 0; i < b[1]; ++i) {
+    if (b.size() - at < 4) return std::nullopt;
+    const std::size_t n = word(b, at + 2);
+    if (b.size() - at - 4 < n) return std::nullopt;
+    Attribute a;
+    a.id = word(b, at);
+    a.value.assign(b.begin() + static_cast<std::ptrdiff_t>(at + 4),
+                   b.begin() + static_cast<std::ptrdiff_t>(at + 4 + n));
+    entries.push_back(std::move(a));
+    at += 4 + n;
+  }
+  if (at != b.size()) return std::nullopt;
+  return entries;
+}
+
+std::optional<MethodCall> executeMethod(const Packet& packet) {
+  const std::vector<std::uint8_t>& b = packet.parameters;
+  if (packet.operation != kExecuteMethod || b.size() < 6) return std::nullopt;
+  MethodCall call;
+  call.object =
+      (std::uint32_t{b[0]} << 24) | (std::uint32_t{b[1]} << 16) | (std::uint32_t{b[2]} << 8) | b[3];
+  call.group = b[4];
+  call.method = b[5];
+  std::size_t valueAt = 6;
+  if (call.method == kMethodSetValue && b.size() >= 8 && b[6] == 0x01) {
+    call.selector = b[7];
+    valueAt = 8;
+  }
+  call.value.assign(b.begin() + static_cast<std::ptrdiff_t>(valueAt), b.end());
+  return call;
+}
+
+const char* methodName(const MethodCall& call) {
+  switch (call.method) {
+    case kMethodSetValue:
+      return call.selector < 0 ? nullptr : lookup(kSelectors, static_cast<unsigned>(call.selector));
+    case kMethodCalibration:
+      return "Calibration";
+    case kMethodJobCreatorID:
+      return "JobCreatorID";
+    case kMethodSetPathMode:
+      return "SetPathMode";
+    default:
+      return nullptr;
+  }
+}
+
+bool checkJob(const std::vector<Packet>& packets, std::string* error) {
+  if (packets.empty()) return fail(error, 0, "no packets");
+  Level level = Level::kNone;
+  for (const Packet& p : packets) {
+    const char* name = operationName(p.operation);
+    if (name == nullptr) return fail(error, p.offset, "unknown operation");
+    if (p.operation != kDataOperation && p.flags != 0) {
+      return fail(error, p.offset, "flags on a packet that is not data");
+    }
+    bool placed = false;
+    switch (p.operation) {
+      case kStartJob:
+        placed = level == Level::kNone;
+        level = Level::kJob;
+        break;
+      case kOpenJob:
+        if (!openJobEntries(p)) return fail(error, p.offset, "malformed open-job entries");
+        placed = level == Level::kNone;
+        level = Level::kJob;
+        break;
+      case kSetJob:
+        placed = level == Level::kJob || level == Level::kClosingJob;
+        break;
+      case kStartBinder:
+        placed = level == Level::kJob;
+        level = Level::kBinder;
+        break;
+      case kSetBinder:
+        placed = level == Level::kBinder;
+        break;
+      case kStartDocument:
+        placed = level == Level::kBinder;
+        level = Level::kDocument;
+        break;
+      case kSetDocument:
+      case kDataOperation:
+        placed = level == Level::kDocument;
+        break;
+      case kExecuteMethod:
+        if (!executeMethod(p)) return fail(error, p.offset, "execute method too short");
+        placed = level == Level::kJob || level == Level::kBinder || level == Level::kDocument;
+        break;
+      case kEndDocument:
+        placed = level == Level::kDocument;
+        level = Level::kBinder;
+        break;
+      case kEndBinder:
+        placed = level == Level::kBinder;
+        level = Level::kClosingJob;
+        break;
+      case kEndJob:
+        if (p.parameters.size() != 1) return fail(error, p.offset, "end job without its flag");
+        placed = level == Level::kClosingJob;
+        level = Level::kEnded;
+        break;
+      default:
+        break;
+    }
+    if (isSetOperation(p.operation) && p.parameters.size() < 2) {
+      return fail(error, p.offset, "attribute packet without an attribute id");
+    }
+    if (!placed) {
+      char what[64];
+      std::snprintf(what, sizeof what, "%s out of place", name);
+      return fail(error, p.offset, what);
+    }
+  }
+  if (level != Level::kEnded) return fail(error, packets.back().offset, "job not ended");
+  return true;
+}
+
+std::string describePacket(const Packet& p) {
+  std::string out;
+  const char* name = operationName(p.operation);
+  appendf(&out, "%08zX  %-13s %3u  flags %02X  length %5u", p.offset, name != nullptr ? name : "?",
+          p.operation, p.flags, p.parameterLength);
+  if (p.parameters.empty()) return out;
+  out += "  ";
+  if (p.operation == kDataOperation && !p.parameters.empty()) {
+    appendf(&out, "payload %zu%s", p.parameters.size() - 1,
+            p.flags == kMoreData ? ", more follows" : "");
+  } else if (auto a = setAttribute(p)) {
+    appendAttribute(&out, *a);
+  } else if (auto call = executeMethod(p)) {
+    const char* method = methodName(*call);
+    if (method != nullptr) {
+      appendf(&out, "%s = ", method);
+    } else {
+      appendf(&out, "method %02X", call->method);
+      if (call->selector >= 0) appendf(&out, " selector %d", call->selector);
+      out += " = ";
+    }
+    appendHex(&out, call->value);
+  } else if (auto entries = openJobEntries(p)) {
+    appendf(&out, "%zu entries", entries->size());
+    for (const Attribute& a : *entries) {
+      out += "\n          ";
+      appendAttribute(&out, a);
+    }
+  } else {
+    appendHex(&out, p.parameters);
+  }
+  return out;
+}
+
+bool listPackets(std::span<const std::uint8_t> bytes, std::string* listing) {
+  listing->clear();
+  std::vector<Packet> packets;
+  std::string error;
+  const bool ok = decodePackets(bytes, &packets, &error);
+  for (const Packet& p : packets) {
+    *listing += describePacket(p);
+    *listing += '\n';
+  }
+  if (!ok) *listing += "error: " + error + "\n";
+  return ok;
 }
 
 }  // namespace inspect

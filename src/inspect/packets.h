@@ -1,9 +1,11 @@
-// Print-file decoder: walks the job-control packets of a print file and reassembles the
-// raster stream carried by its data packets.
+// Print-file decoder: walks the job-control packets of a print file, names them, decodes their
+// attributes and methods, checks that they form one job and reassembles the raster stream
+// carried by the data packets. It knows nothing of the writer, so it can check it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -18,14 +20,80 @@ struct Packet {
   std::vector<std::uint8_t> parameters;
 };
 
+// Operation codes.
+constexpr std::uint16_t kStartJob = 17;
+constexpr std::uint16_t kSetJob = 18;
+constexpr std::uint16_t kEndJob = 19;
+constexpr std::uint16_t kStartBinder = 20;
+constexpr std::uint16_t kSetBinder = 21;
+constexpr std::uint16_t kEndBinder = 22;
+constexpr std::uint16_t kStartDocument = 23;
+constexpr std::uint16_t kSetDocument = 24;
+constexpr std::uint16_t kEndDocument = 25;
 constexpr std::uint16_t kDataOperation = 0x001A;
+constexpr std::uint16_t kExecuteMethod = 29;
+constexpr std::uint16_t kOpenJob = 107;
+
+// Data packet flags: more data packets follow.
+constexpr std::uint8_t kMoreData = 0x02;
+
+// Method codes of an execute-method packet.
+constexpr std::uint8_t kMethodSetValue = 0x06;  // selector and one value byte
+constexpr std::uint8_t kMethodCalibration = 0x0B;
+constexpr std::uint8_t kMethodJobCreatorID = 0x11;
+constexpr std::uint8_t kMethodSetPathMode = 0x14;
 
 // Splits `bytes` into packets. False, with a message naming the offset, when the file is not
-// a well-formed packet sequence.
+// a well-formed packet sequence; `packets` then holds those before the fault.
 bool decodePackets(std::span<const std::uint8_t> bytes, std::vector<Packet>* packets,
                    std::string* error);
 
 // The raster bytes of all data packets, in order (the one-byte lead parameter dropped).
 std::vector<std::uint8_t> rasterStream(const std::vector<Packet>& packets);
+
+// "SetJob", "Data", ...; null for an operation this decoder does not know.
+const char* operationName(std::uint16_t operation);
+// The configuration key an attribute id carries ("JobName", "Medium", ...); null if unknown.
+const char* attributeName(std::uint16_t id);
+
+struct Attribute {
+  std::uint16_t id = 0;
+  std::vector<std::uint8_t> value;
+};
+
+// The attribute of a SetJob, SetBinder or SetDocument packet; nothing for another operation or
+// parameters too short to hold an id.
+std::optional<Attribute> setAttribute(const Packet& packet);
+
+// The entries of an open-job packet; nothing when its block is not exactly the announced
+// number of entries.
+std::optional<std::vector<Attribute>> openJobEntries(const Packet& packet);
+
+struct MethodCall {
+  std::uint32_t object = 0;
+  std::uint8_t group = 0;
+  std::uint8_t method = 0;
+  int selector = -1;  // of kMethodSetValue, -1 for the others
+  std::vector<std::uint8_t> value;
+};
+
+// The parts of an execute-method packet; nothing for another operation or a short one.
+std::optional<MethodCall> executeMethod(const Packet& packet);
+// "PageInkDryingTime", "JobCreatorID", ...; null if unknown.
+const char* methodName(const MethodCall& call);
+
+// True when the packets form one complete job: opened first (start or open job), then a binder
+// holding a document, data only inside the document, attributes and methods only where their
+// level is open, closed in reverse order and ended last. Otherwise false with a message naming
+// the packet.
+bool checkJob(const std::vector<Packet>& packets, std::string* error);
+
+// One line describing a packet (offset, operation, flags, length and decoded contents).
+std::string describePacket(const Packet& packet);
+
+// A text listing of a print file, one packet per line (open-job entries on lines of their
+// own). A file that does not decode lists what it could and ends with an error line; the
+// result is then false.
+bool listPackets(std::span<const std::uint8_t> bytes, std::string* listing);
 
 }  // namespace inspect

@@ -98,7 +98,7 @@ void ZELP_Flush(int moreFollows) {
 }
 
 void ZELP_SendData(const void* bytes, int n) {
-  if (mWriteBufferBytes <= 0) return;  // no job open
+  if (mWriteBufferBytes <= 0 || bytes == nullptr) return;  // no job, or nothing to read
   const unsigned char* src = static_cast<const unsigned char*>(bytes);
   while (n > 0) {
     const int space = mWriteBufferBytes - mWriteIndex;
@@ -118,6 +118,7 @@ void ZELP_SendData(const void* bytes, int n) {
 }
 
 void ZELP_SendCString(const char* text) {
+  if (text == nullptr) return;
   ZELP_SendData(text, static_cast<int>(std::strlen(text)));
 }
 

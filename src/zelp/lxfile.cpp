@@ -36,29 +36,44 @@ int LXFile_Close() {
   return std::fclose(mStream.release());
 }
 
+// Without an open stream every operation fails instead of handing a null FILE to the C library
+// (fflush would flush every stream of the process).
 int LXFile_Flush() {
+  if (!mStream) return EOF;
   return std::fflush(mStream.get());
 }
 
 int LXFile_SeekTo(long offset) {
+  if (!mStream) return -1;
   return std::fseek(mStream.get(), offset, SEEK_SET);
 }
 
 long LXFile_GetPosition() {
+  if (!mStream) return -1;
   return std::ftell(mStream.get());
 }
 
+bool LXFile_IsOpen() {
+  return mStream != nullptr;
+}
+
+bool LXFile_HasError() {
+  return mStream && std::ferror(mStream.get()) != 0;
+}
+
 std::size_t LXFile_Write(const void* buffer, std::size_t size) {
-  if (size == 0) return 0;
+  if (!mStream || size == 0) return 0;
   return std::fwrite(buffer, size, 1, mStream.get());
 }
 
 std::size_t LXFile_WriteByte(unsigned value) {
+  if (!mStream) return 0;
   const unsigned char b = static_cast<unsigned char>(value);
   return std::fwrite(&b, 1, 1, mStream.get());
 }
 
 std::size_t LXFile_Read(void* buffer, std::size_t n) {
+  if (!mStream || n == 0) return 0;
   return std::fread(buffer, 1, n, mStream.get());
 }
 

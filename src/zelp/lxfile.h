@@ -11,6 +11,9 @@ int LXFile_Close();
 int LXFile_Flush();
 int LXFile_SeekTo(long offset);
 long LXFile_GetPosition();
+bool LXFile_IsOpen();
+// True once a write or read on the open stream has failed.
+bool LXFile_HasError();
 std::size_t LXFile_Write(const void* buffer, std::size_t size);
 std::size_t LXFile_WriteByte(unsigned value);
 std::size_t LXFile_Read(void* buffer, std::size_t n);

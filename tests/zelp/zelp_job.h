@@ -1,0 +1,106 @@
+// A job file opened through the packet layer, and builders for the packets it should hold.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "inspect/packets.h"
+#include "support/support.h"
+#include "zelp/store.h"
+#include "zelp/zelp.h"
+
+namespace zelptest {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline std::uint8_t hi(unsigned v) {
+  return static_cast<std::uint8_t>(v >> 8);
+}
+inline std::uint8_t lo(unsigned v) {
+  return static_cast<std::uint8_t>(v);
+}
+
+inline Bytes join(const std::vector<Bytes>& parts) {
+  Bytes out;
+  for (const Bytes& p : parts) out.insert(out.end(), p.begin(), p.end());
+  return out;
+}
+
+inline Bytes packet(std::uint16_t op, const Bytes& parameters, std::uint8_t flags = 0) {
+  const auto n = static_cast<unsigned>(parameters.size());
+  Bytes head = {0xCD, 0xCA, 0x10, flags, hi(op), lo(op), 0x00, 0x01, hi(n), lo(n)};
+  head.resize(20, 0);
+  return join({head, parameters});
+}
+inline Bytes setJob(std::uint16_t id, const Bytes& value) {
+  return packet(18, join({{hi(id), lo(id)}, value}));
+}
+inline Bytes setDocument(std::uint16_t id, const Bytes& value) {
+  return packet(24, join({{hi(id), lo(id)}, value}));
+}
+inline Bytes method(std::uint8_t code, const Bytes& arguments) {
+  return packet(29, join({{0x00, 0x00, 0x00, 0x00, 0x40, code}, arguments}));
+}
+inline Bytes setValue(std::uint8_t selector, std::uint8_t value) {
+  return method(0x06, {0x01, selector, value});
+}
+inline Bytes text(std::uint16_t charset, const std::string& s) {
+  Bytes b = {hi(charset), lo(charset), lo(static_cast<unsigned>(s.size()))};
+  for (char c : s) b.push_back(static_cast<std::uint8_t>(c));
+  return b;
+}
+
+// The packets of a start sequence with nothing set, and of the end sequence without extras.
+inline std::vector<Bytes> emptyStartV1() {
+  return {packet(17, {0x00, 0x01, 0x11, 0x71, 0x01, 0, 0, 0, 0, 0, 0, 0, 0}),
+          packet(20, {0x00, 0x01, 0x15, 0x59}), packet(23, {0x00, 0x01, 0x19, 0x41}),
+          setDocument(46, {0x7B, 0x00, 0x00})};
+}
+inline std::vector<Bytes> emptyStartV2(const Bytes& openJob = {0x00, 0x00}) {
+  return {packet(107, openJob),     packet(20, {0, 0, 0, 0}),      packet(21, {0x07, 0xD7, 0, 1}),
+          packet(23, {0, 0, 0, 0}), setDocument(46, {0x7B, 0, 0}), setDocument(2007, {0x00, 0x01})};
+}
+inline Bytes end(std::uint8_t flag = 0) {
+  return join({packet(25, {}), packet(22, {}), packet(19, {flag})});
+}
+
+// Each test writes one job file; the set flags start cleared, as in a fresh process.
+class ZelpJob : public ::testing::Test {
+ protected:
+  void SetUp() override { open(1); }
+  void TearDown() override {
+    ZELP_Close();
+    ZELP_Delete();
+    zelp_ResetSetFlags();
+  }
+
+  // A new job in the same file, nothing set.
+  void open(int version) {
+    zelp_ResetSetFlags();
+    ZELP_NewWithName(path().c_str());
+    ZELP_SetZELPVersion(version);
+    ASSERT_EQ(ZELP_Open(), 0);
+  }
+  std::string path() const { return (dir_ / "job.dat").string(); }
+
+  // Closes the file and returns its bytes, which must split into packets and, for a whole
+  // job, form one well-formed job.
+  Bytes finish(bool wholeJob = false) {
+    ZELP_Close();
+    Bytes bytes = testsupport::readFile(path());
+    std::string error;
+    EXPECT_TRUE(inspect::decodePackets(bytes, &packets_, &error)) << error;
+    if (wholeJob) {
+      EXPECT_TRUE(inspect::checkJob(packets_, &error)) << error;
+    }
+    return bytes;
+  }
+
+  testsupport::TempDir dir_;
+  std::vector<inspect::Packet> packets_;
+};
+
+}  // namespace zelptest
