@@ -70,17 +70,25 @@ std::uint32_t TiffBytes::append(const Bytes& data) {
   return at;
 }
 
+Bytes TiffBytes::entryBytes(const Entry& e) const {
+  Bytes out = word(e.tag);
+  for (const Bytes& part : {word(e.type), dword(e.count)})
+    out.insert(out.end(), part.begin(), part.end());
+  const bool shortInline = (e.type == 3 || e.type == 8) && e.count <= 2;
+  const bool byteInline = (e.type == 1 || e.type == 6) && e.count <= 4;
+  Bytes value = shortInline  ? word(static_cast<std::uint16_t>(e.value))
+                : byteInline ? Bytes{std::uint8_t(e.value)}
+                             : dword(e.value);
+  value.resize(4, 0);
+  out.insert(out.end(), value.begin(), value.end());
+  return out;
+}
+
 std::uint32_t TiffBytes::directory(const std::vector<Entry>& entries, std::uint32_t next) {
   Bytes d = word(static_cast<std::uint16_t>(entries.size()));
   for (const Entry& e : entries) {
-    for (const Bytes& part : {word(e.tag), word(e.type), dword(e.count)}) {
-      d.insert(d.end(), part.begin(), part.end());
-    }
-    Bytes value = e.type == 3 || e.type == 8   ? word(static_cast<std::uint16_t>(e.value))
-                  : e.type == 1 || e.type == 6 ? Bytes{std::uint8_t(e.value)}
-                                               : dword(e.value);
-    value.resize(4, 0);
-    d.insert(d.end(), value.begin(), value.end());
+    const Bytes b = entryBytes(e);
+    d.insert(d.end(), b.begin(), b.end());
   }
   const Bytes n = dword(next);
   d.insert(d.end(), n.begin(), n.end());

@@ -30,14 +30,15 @@ class TiffBytes {
  public:
   explicit TiffBytes(bool bigEndian);
   std::uint32_t append(const Bytes& data);  // returns the offset
-  // Entries are {tag, type, count, value field}; the value is placed as the file would hold a
-  // single value of the type (SHORT in the first two bytes).
+  // Entries are {tag, type, count, value}; a value that fits the field is placed as the file
+  // holds it (SHORT in the first two bytes), otherwise the value is the data's offset.
   struct Entry {
     std::uint16_t tag;
     std::uint16_t type;
     std::uint32_t count;
     std::uint32_t value;
   };
+  Bytes entryBytes(const Entry& e) const;
   std::uint32_t directory(const std::vector<Entry>& entries, std::uint32_t next = 0);
   void setFirstDirectory(std::uint32_t offset);
   void patch32(std::uint32_t at, std::uint32_t value);
