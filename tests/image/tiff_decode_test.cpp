@@ -138,6 +138,10 @@ Bytes expectedRow(const DecodeCase& c, const std::vector<std::uint16_t>& s, int 
   return imagetest::packTenBit(v);
 }
 
+void PrintTo(const DecodeCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
 class TiffDecode : public testing::TestWithParam<DecodeCase> {};
 
 TEST_P(TiffDecode, BandsMatchLibtiffRowByRow) {
