@@ -170,6 +170,16 @@ std::vector<OpenCase> openCases() {
                               set(e, {kStrips, kLong, 0x40000000, t.append(t.dword(8))});
                             }),
                    true, 4, 4, 8, 8, 4});
+  {
+    // A table that runs past the end is a failed read: the walk stops at its directory.
+    TiffBytes t(false);
+    const std::uint32_t data = t.append(px);
+    const std::uint32_t second = t.directory(grayEntries(2, 3, data));
+    Entries e = grayEntries(4, 4, data);
+    set(e, {kStrips, kLong, 0x40000000, t.append(t.dword(8))});
+    t.setFirstDirectory(t.directory(e, second));
+    cases.push_back({"StripTablePastEndEndsWalk", t.bytes(), true, 4, 4, 8, 8, 4});
+  }
   cases.push_back({"WidthBeyondFile", grayFile(false, 0x7FFFFFFF, 4, px), false, 0, 0, 8, 0, 0});
   cases.push_back(
       {"UncompressedRowLongerThanFile", grayFile(false, 4000, 4, px), false, 0, 0, 8, 0, 0});
@@ -378,6 +388,21 @@ TEST(TiffHostile, ChannelGatherPastTheRow) {
   auto band = imagetest::makeBand(8, 3, 1);
   EXPECT_EQ(LXTiff_ReadNextRasterBlockCMYK(tif.get(), band.get(), nullptr, 3), 1);
   EXPECT_EQ(Bytes(band->baseAddr, band->baseAddr + 3), (Bytes{0x40, 0x40, 0}));
+}
+
+// One-bit ink from 8-bit channels: light images ink where the inverted value is 0.
+TEST(TiffCmyk, OneBitInkFollowsPhotometric) {
+  const Bytes pixel = {0, 0, 0, 0, 0, 0, 0, 255, 0, 0, 0, 1, 0, 0, 0, 0};
+  for (const auto& [photometric, expected] :
+       std::vector<std::pair<std::uint32_t, std::uint8_t>>{{1, 0x40}, {5, 0x60}, {0, 0x60}}) {
+    TiffFile tif(grayFile(false, 4, 1, pixel, [photometric](TiffBytes& t, Entries& e) {
+      set(e, {kBits, kShort, 4, t.append({8, 0, 8, 0, 8, 0, 8, 0})});
+      set(e, {262, kShort, 1, photometric});
+    }));
+    auto band = imagetest::makeBand(1, 4, 1);
+    EXPECT_EQ(LXTiff_ReadNextRasterBlockCMYK(tif.get(), band.get(), nullptr, 3), 1);
+    EXPECT_EQ(band->baseAddr[0], expected) << photometric;
+  }
 }
 
 }  // namespace
