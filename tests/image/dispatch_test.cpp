@@ -12,16 +12,8 @@ namespace {
 
 using imagetest::Bytes;
 
-Bytes smallTiff() {
-  imagetest::TiffBytes t(true);
-  const std::uint32_t data = t.append({1, 2, 3, 4, 5, 6});
-  t.setFirstDirectory(
-      t.directory({{256, 3, 1, 3}, {257, 3, 1, 2}, {258, 3, 1, 8}, {273, 4, 1, data}}));
-  return t.bytes();
-}
-
 TEST(Dispatch, ChoosesTheReaderByExtension) {
-  const Bytes tiff = smallTiff();
+  const Bytes tiff = imagetest::grayFile({.big = true, .width = 3, .height = 2});
   const Bytes bmp = imagetest::bmpFile(3, 2, 8, {{1, 2, 3, 0}, {4, 5, 6, 0}});
   const struct {
     const char* name;

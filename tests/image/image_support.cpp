@@ -2,7 +2,28 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace imagetest {
+
+namespace {
+
+Bytes word(bool big, std::uint32_t v) {
+  return big ? Bytes{std::uint8_t(v >> 8), std::uint8_t(v)}
+             : Bytes{std::uint8_t(v), std::uint8_t(v >> 8)};
+}
+
+Bytes dword(bool big, std::uint32_t v) {
+  Bytes out;
+  for (int i = 0; i < 4; ++i) out.push_back(std::uint8_t(v >> (big ? 24 - 8 * i : 8 * i)));
+  return out;
+}
+
+void add(Bytes& to, const Bytes& part) {
+  to.insert(to.end(), part.begin(), part.end());
+}
+
+}  // namespace
 
 std::unique_ptr<LXGWorld> makeBand(int pixelSize, int width, int rows) {
   std::unique_ptr<LXGWorld> band;
@@ -30,12 +51,6 @@ Bytes packTenBit(const std::vector<std::uint16_t>& values) {
   return out;
 }
 
-std::vector<std::uint16_t> padded(std::vector<std::uint16_t> values, std::size_t group,
-                                  std::uint16_t fill) {
-  while (values.size() % group != 0) values.push_back(fill);
-  return values;
-}
-
 Bytes patternBytes(std::size_t n, std::uint32_t seed) {
   Bytes out;
   std::uint32_t x = seed * 2654435761u + 1;
@@ -49,59 +64,49 @@ Bytes patternBytes(std::size_t n, std::uint32_t seed) {
   return out;
 }
 
-TiffBytes::TiffBytes(bool bigEndian) : big_(bigEndian) {
-  bytes_ = big_ ? Bytes{'M', 'M', 0, 42, 0, 0, 0, 0} : Bytes{'I', 'I', 42, 0, 0, 0, 0, 0};
-}
-
-Bytes TiffBytes::word(std::uint16_t v) const {
-  return big_ ? Bytes{std::uint8_t(v >> 8), std::uint8_t(v)}
-              : Bytes{std::uint8_t(v), std::uint8_t(v >> 8)};
-}
-
-Bytes TiffBytes::dword(std::uint32_t v) const {
-  Bytes out;
-  for (int i = 0; i < 4; ++i) out.push_back(std::uint8_t(v >> (big_ ? 24 - 8 * i : 8 * i)));
-  return out;
-}
-
-std::uint32_t TiffBytes::append(const Bytes& data) {
-  const auto at = static_cast<std::uint32_t>(bytes_.size());
-  bytes_.insert(bytes_.end(), data.begin(), data.end());
-  return at;
-}
-
-Bytes TiffBytes::entryBytes(const Entry& e) const {
-  Bytes out = word(e.tag);
-  for (const Bytes& part : {word(e.type), dword(e.count)})
-    out.insert(out.end(), part.begin(), part.end());
-  const bool shortInline = (e.type == 3 || e.type == 8) && e.count <= 2;
-  const bool byteInline = (e.type == 1 || e.type == 6) && e.count <= 4;
-  Bytes value = shortInline  ? word(static_cast<std::uint16_t>(e.value))
-                : byteInline ? Bytes{std::uint8_t(e.value)}
-                             : dword(e.value);
-  value.resize(4, 0);
-  out.insert(out.end(), value.begin(), value.end());
-  return out;
-}
-
-std::uint32_t TiffBytes::directory(const std::vector<Entry>& entries, std::uint32_t next) {
-  Bytes d = word(static_cast<std::uint16_t>(entries.size()));
+Bytes directoryBytes(bool big, const std::vector<Entry>& entries, std::uint32_t next) {
+  Bytes d = word(big, static_cast<std::uint32_t>(entries.size()));
   for (const Entry& e : entries) {
-    const Bytes b = entryBytes(e);
-    d.insert(d.end(), b.begin(), b.end());
+    add(d, word(big, e.tag));
+    add(d, word(big, e.type));
+    add(d, dword(big, e.count));
+    const bool shortInline = (e.type == 3 || e.type == 8) && e.count <= 2;
+    const bool byteInline = (e.type == 1 || e.type == 6) && e.count <= 4;
+    Bytes value = shortInline  ? word(big, e.value)
+                  : byteInline ? Bytes{std::uint8_t(e.value)}
+                               : dword(big, e.value);
+    value.resize(4, 0);
+    add(d, value);
   }
-  const Bytes n = dword(next);
-  d.insert(d.end(), n.begin(), n.end());
-  return append(d);
+  add(d, dword(big, next));
+  return d;
 }
 
-void TiffBytes::setFirstDirectory(std::uint32_t offset) {
-  patch32(4, offset);
+std::vector<Entry> grayEntries(std::uint32_t width, std::uint32_t height, std::uint32_t stripAt) {
+  return {{256, 4, 1, width},
+          {257, 4, 1, height},
+          {258, 3, 1, 8},
+          {273, 4, 1, stripAt},
+          {278, 4, 1, height}};
 }
 
-void TiffBytes::patch32(std::uint32_t at, std::uint32_t value) {
-  const Bytes v = dword(value);
-  std::copy(v.begin(), v.end(), bytes_.begin() + at);
+Bytes grayFile(const Gray& g) {
+  Bytes file = g.big ? Bytes{'M', 'M', 0, 42} : Bytes{'I', 'I', 42, 0};
+  Bytes pixels = g.pixels;
+  pixels.resize(std::max<std::size_t>(pixels.size(), 16), 0);
+  const auto directoryAt = static_cast<std::uint32_t>(8 + pixels.size() + g.extra.size());
+  add(file, dword(g.big, directoryAt));
+  add(file, pixels);
+  add(file, g.extra);
+  std::vector<Entry> e = grayEntries(g.width, g.height, 8);
+  std::erase_if(e, [&](const Entry& x) {
+    return std::count(g.drop.begin(), g.drop.end(), x.tag) > 0 ||
+           std::any_of(g.set.begin(), g.set.end(), [&](const Entry& s) { return s.tag == x.tag; });
+  });
+  e.insert(e.end(), g.set.begin(), g.set.end());
+  std::sort(e.begin(), e.end(), [](const Entry& a, const Entry& b) { return a.tag < b.tag; });
+  add(file, directoryBytes(g.big, e, g.next));
+  return file;
 }
 
 Bytes bmpFile(std::int32_t width, std::int32_t height, int bits, const std::vector<Bytes>& rows) {
@@ -117,9 +122,7 @@ Bytes bmpFile(std::int32_t width, std::int32_t height, int bits, const std::vect
   put32(22, static_cast<std::uint32_t>(height));
   out[26] = 1;
   out[28] = static_cast<std::uint8_t>(bits);
-  for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
-    out.insert(out.end(), row->begin(), row->end());
-  }
+  for (auto row = rows.rbegin(); row != rows.rend(); ++row) add(out, *row);
   put32(2, static_cast<std::uint32_t>(out.size()));
   return out;
 }
