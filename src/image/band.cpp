@@ -41,11 +41,8 @@ std::span<unsigned char> bandBytes(LXGWorld* world) {
   LXGWorld* w = const_cast<LXGWorld*>(target(world));
   if (w->baseAddr == nullptr) return {};
   std::uint64_t size = std::uint64_t{bandHeight(w)} * w->rowBytes;
-  const unsigned char* begin = w->pixels.data();
-  if (w->baseAddr >= begin && w->baseAddr <= begin + w->pixels.size()) {
-    size = std::min<std::uint64_t>(
-        size, static_cast<std::uint64_t>(begin + w->pixels.size() - w->baseAddr));
-  }
+  // A band made by LXNewGWorld owns its rows: never reach past them, whatever its bounds say.
+  if (w->baseAddr == w->pixels.data()) size = std::min<std::uint64_t>(size, w->pixels.size());
   return {w->baseAddr, static_cast<std::size_t>(size)};
 }
 
