@@ -1,0 +1,105 @@
+#include "image/lxgworld.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <new>
+#include <stdexcept>
+
+#include "image/band.h"
+
+namespace {
+
+// A band is 300 rows of one plane; a gigabyte is far beyond any printable width, and
+// refusing earlier keeps a hostile width from taking the process down.
+constexpr std::uint64_t kMaxBandBytes = std::uint64_t{1} << 30;
+
+struct RowLayout {
+  std::uint16_t storedSize;
+  std::uint64_t bytes;  // before alignment
+};
+
+RowLayout rowLayout(int pixelSize, std::uint64_t w) {
+  switch (pixelSize) {
+    case 0:
+      return {32, w * 4};
+    case 1:
+      return {1, (w + 7) / 8};
+    case 2:
+      return {2, (w + 3) / 4};
+    case 4:
+      return {4, (w + 1) / 2};
+    case 8:
+      return {8, w};
+    case 10:
+      return {10, (w * 10 + 7) / 8};
+    case 16:
+      return {16, w * 2};
+    default:
+      return {static_cast<std::uint16_t>(pixelSize), w * 4};
+  }
+}
+
+int fail(int error) {
+  errno = error;
+  std::fprintf(stderr, "ERROR! %s(%d)\n", "LXewGWorld failed.", error);
+  return error;
+}
+
+}  // namespace
+
+int LXNewGWorld(std::unique_ptr<LXGWorld>* out, int pixelSize, const LXRect& bounds) {
+  if (out == nullptr) return EINVAL;
+  const std::int64_t w = std::int64_t{bounds.right} - bounds.left;
+  const std::int64_t h = std::int64_t{bounds.bottom} - bounds.top;
+  if (w < 0 || h < 0) return fail(EINVAL);
+  const RowLayout layout = rowLayout(pixelSize, static_cast<std::uint64_t>(w));
+  const std::uint64_t rowBytes = (layout.bytes + 3) / 4 * 4;
+  const std::uint64_t total = rowBytes * static_cast<std::uint64_t>(h);
+  if (rowBytes > kMaxBandBytes || total > kMaxBandBytes) return fail(ENOMEM);
+
+  std::unique_ptr<LXGWorld> world;
+  try {
+    world = std::make_unique<LXGWorld>();
+    world->pixels.resize(static_cast<std::size_t>(total));
+  } catch (const std::bad_alloc&) {
+    return fail(ENOMEM);
+  } catch (const std::length_error&) {
+    return fail(ENOMEM);
+  }
+  world->self = world.get();
+  world->baseAddr = world->pixels.data();
+  world->rowBytes = static_cast<std::uint32_t>(rowBytes);
+  world->bounds = bounds;
+  world->pixelSize = layout.storedSize;
+  *out = std::move(world);
+  return 0;
+}
+
+void LXClearGWorld(LXGWorld* world) {
+  for (unsigned char& b : lximage::bandBytes(world)) b = 0x00;
+}
+
+void LXClearGWorldRGB(LXGWorld* world) {
+  for (unsigned char& b : lximage::bandBytes(world)) b = 0xFF;
+}
+
+void LXDumpData(const void* data, long length) {
+  if (data == nullptr) return;
+  const auto* bytes = static_cast<const unsigned char*>(data);
+  // A short last group shows only the bytes that exist, blank columns keeping the layout.
+  for (long at = 0; at < length; at += 16) {
+    const long n = length - at < 16 ? length - at : 16;
+    char text[17] = {};
+    for (long i = 0; i < 16; ++i) {
+      if (i < n) {
+        const unsigned char c = bytes[at + i];
+        std::printf("%02X ", c);
+        text[i] = (c >= 0x20 && c <= 0x7E) ? static_cast<char>(c) : '.';
+      } else {
+        std::printf("   ");
+      }
+    }
+    std::printf(" %s\n", text);
+  }
+}

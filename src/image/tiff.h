@@ -1,0 +1,67 @@
+// TIFF reader: baseline strips, either byte order, none or PackBits compression.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "image/lxbmp.h"
+
+constexpr std::uint16_t kTiffCompressionNone = 1;
+constexpr std::uint16_t kTiffCompressionPackBits = 32773;
+
+struct LXTiffRecT : LXBMPRecT {
+  std::array<std::uint8_t, 4> bitsPerSample{1, 1, 1, 1};
+  std::uint32_t currentRow = 0;
+  std::uint32_t rowBytes = 0;
+  std::array<std::uint32_t, 4> sampleRowBytes{};
+  std::uint16_t compression = kTiffCompressionNone;
+  std::uint32_t rowsPerStrip = 0xFFFFFFFF;
+  std::uint32_t stripCount = 0;
+  // The table's bytes, read as little-endian 32-bit entries whatever its type; absent when the
+  // file gave no usable StripOffsets.
+  std::optional<std::vector<std::uint8_t>> stripOffsets;
+  std::uint32_t stripIndex = 0;
+  std::uint32_t rowsLeftInStrip = 0;
+  std::vector<unsigned char> rowBuffer;
+  char byteOrder = 0;
+  std::int32_t readStatus = 0;
+  std::uint32_t firstStripOffset = 0;
+  std::int16_t packBitsState = 0;
+  std::uint16_t photometric = 1;
+  std::uint32_t planarConfiguration = 1;
+};
+
+// One directory entry; `value` holds the four bytes as they stand in the file.
+struct LXTiffIFDT {
+  std::uint16_t tag = 0;
+  std::uint16_t type = 0;
+  std::uint32_t count = 0;
+  std::array<std::uint8_t, 4> value{};
+};
+
+std::unique_ptr<LXTiffRecT> LXTiff_New(const char* path);
+void LXTiff_Delete(std::unique_ptr<LXTiffRecT> rec);
+void LXTiff_GetImageBox(const LXTiffRecT* rec, LXRect* box);
+void LXTiff_Rewind(LXTiffRecT* rec);
+std::int32_t LXTiff_ReadNextRasterBlock(LXTiffRecT* rec, LXGWorld* band,
+                                        const unsigned char* table);
+std::int32_t LXTiff_ReadNextRasterBlockRGB(LXTiffRecT* rec, LXGWorld* red, LXGWorld* green,
+                                           LXGWorld* blue);
+std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
+                                            const unsigned char* table, int channel);
+
+// Byte-order reads from the stream; each sets readStatus (-1 on failure, then 0 returned).
+std::uint16_t readWord(LXTiffRecT* rec);
+std::uint32_t readLong(LXTiffRecT* rec);
+// `word` holds four file bytes, the first in the top byte; reversed for an 'I' file.
+std::uint32_t correctPointerEndian(const LXTiffRecT* rec, std::uint32_t word);
+// The first value of an entry, from its value field or from the offset it holds.
+std::int32_t readOneInteger(LXTiffRecT* rec, const LXTiffIFDT& entry);
+// The strip offset at `index`; 0 past the table.
+std::uint32_t LXTiff_StripOffset(const LXTiffRecT* rec, std::uint32_t index);
+// PackBits from the stream into `dest`, the run state kept in the record across calls.
+void unpackbits(LXTiffRecT* rec, std::span<unsigned char> dest);

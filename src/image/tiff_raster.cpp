@@ -1,0 +1,340 @@
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+
+#include "image/band.h"
+#include "image/tiff.h"
+
+namespace {
+
+using lximage::bandHeight;
+using lximage::bandPixelSize;
+using lximage::bandRowBytes;
+
+enum class Conversion { kBlank, kCopy1, kCopy8, kLevels2, kLevels4, kTen8, kTen16, kInk1 };
+
+// WhiteIsZero and Separated images hold ink amounts already.
+bool holdsInk(const LXTiffRecT* rec) {
+  return rec->photometric == 0 || rec->photometric == 5;
+}
+
+std::uint32_t rowsThisCall(const LXTiffRecT* rec, std::uint32_t bandRows) {
+  if (rec->currentRow >= rec->height) return 0;
+  const std::uint32_t rows = std::min(bandRows, rec->height - rec->currentRow);
+  return std::min<std::uint32_t>(rows, std::numeric_limits<std::int32_t>::max());
+}
+
+void readRawRow(LXTiffRecT* rec) {
+  std::vector<unsigned char>& row = rec->rowBuffer;
+  if (rec->compression == kTiffCompressionPackBits) {
+    unpackbits(rec, row);
+  } else if (!row.empty()) {
+    // A short read keeps the rest of the previous row.
+    (void)std::fread(row.data(), 1, row.size(), rec->stream.get());
+  }
+}
+
+void countRow(LXTiffRecT* rec) {
+  if (--rec->rowsLeftInStrip != 0) return;
+  rec->rowsLeftInStrip = rec->rowsPerStrip;
+  ++rec->stripIndex;
+  std::fseek(rec->stream.get(), static_cast<long>(LXTiff_StripOffset(rec, rec->stripIndex)),
+             SEEK_SET);
+  rec->packBitsState = 0;
+}
+
+void clearBand(LXGWorld* band, bool rgbSense) {
+  if (rgbSense) {
+    LXClearGWorldRGB(band);
+  } else {
+    LXClearGWorld(band);
+  }
+}
+
+const unsigned char* levelTable(const unsigned char* table, int bits) {
+  if (table != nullptr) return table;
+  return reductionTable(bits == 2 ? 4 : 16);
+}
+
+std::span<const unsigned char> head(const std::vector<unsigned char>& row, std::uint64_t n) {
+  return {row.data(), static_cast<std::size_t>(std::min<std::uint64_t>(n, row.size()))};
+}
+
+}  // namespace
+
+void unpackbits(LXTiffRecT* rec, std::span<unsigned char> dest) {
+  if (rec == nullptr || !rec->stream) return;
+  std::size_t stored = 0;
+  std::int16_t& state = rec->packBitsState;
+  while (stored < dest.size()) {
+    const int c = std::fgetc(rec->stream.get());
+    if (c == EOF) break;
+    if (state == 0) {
+      if (c < 128) {
+        state = static_cast<std::int16_t>(-(c + 1));
+      } else if (c > 128) {
+        state = static_cast<std::int16_t>(257 - c);
+      }
+    } else if (state < 0) {
+      dest[stored++] = static_cast<unsigned char>(c);
+      ++state;
+    } else {
+      // A run never continues into the next row: what the row cannot take is dropped.
+      const std::size_t n =
+          std::min<std::size_t>(static_cast<std::size_t>(state), dest.size() - stored);
+      std::fill_n(dest.begin() + static_cast<std::ptrdiff_t>(stored), n,
+                  static_cast<unsigned char>(c));
+      stored += n;
+      state = 0;
+    }
+  }
+}
+
+std::int32_t LXTiff_ReadNextRasterBlock(LXTiffRecT* rec, LXGWorld* band,
+                                        const unsigned char* table) {
+  if (band == nullptr) return 0;
+  const bool rgbSense = table == kRGBSenseTable;
+  clearBand(band, rgbSense);
+  if (rec == nullptr || !rec->stream) return 0;
+
+  const unsigned bits = rec->bitsPerPixel;
+  const unsigned size = bandPixelSize(band);
+  Conversion conversion;
+  std::uint64_t n = std::min<std::uint64_t>(rec->rowBytes, bandRowBytes(band));
+  if (bits == size) {
+    conversion = bits == 1   ? Conversion::kCopy1
+                 : bits == 8 ? Conversion::kCopy8
+                             : Conversion::kBlank;
+  } else if (bits == 8 && size == 2) {
+    conversion = Conversion::kLevels2;
+    n = std::min<std::uint64_t>(rec->rowBytes, std::uint64_t{bandRowBytes(band)} * 4);
+  } else if (bits == 8 && size == 4) {
+    conversion = Conversion::kLevels4;
+    n = std::min<std::uint64_t>(rec->rowBytes, std::uint64_t{bandRowBytes(band)} * 2);
+  } else if (bits == 8 && size == 10) {
+    conversion = Conversion::kTen8;
+  } else if (bits == 16 && size == 10) {
+    conversion = Conversion::kTen16;
+    n = rec->rowBytes / 2;  // samples
+  } else {
+    return 0;
+  }
+  // The RGB-sense marker is not a table.
+  if (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4)) {
+    return 0;
+  }
+
+  const bool ink = holdsInk(rec);
+  const bool invert = !rgbSense && !ink;
+  const std::uint32_t rows = rowsThisCall(rec, bandHeight(band));
+  std::vector<unsigned char> out;
+  for (std::uint32_t r = 0; r < rows; ++r) {
+    readRawRow(rec);
+    const std::vector<unsigned char>& raw = rec->rowBuffer;
+    switch (conversion) {
+      case Conversion::kCopy1: {
+        const auto used = head(raw, n);
+        out.assign(used.begin(), used.end());
+        lximage::clearPastWidth(out, rec->width, 1);
+        break;
+      }
+      case Conversion::kCopy8: {
+        const auto used = head(raw, n);
+        out.assign(used.begin(), used.end());
+        for (std::size_t i = 0; i < out.size(); ++i) {
+          if (i >= rec->width) {
+            out[i] = 0;
+          } else if (invert) {
+            out[i] = static_cast<unsigned char>(255 - out[i]);
+          }
+        }
+        break;
+      }
+      case Conversion::kLevels2:
+      case Conversion::kLevels4: {
+        const int levelBits = conversion == Conversion::kLevels2 ? 2 : 4;
+        std::vector<unsigned char> inverted(head(raw, n).begin(), head(raw, n).end());
+        for (unsigned char& v : inverted) v = static_cast<unsigned char>(255 - v);
+        lximage::packLevels(inverted, levelTable(table, levelBits), levelBits, out);
+        lximage::clearPastWidth(out, rec->width, levelBits);
+        break;
+      }
+      case Conversion::kTen8:
+        lximage::pack8To10(head(raw, n), ink ? 0 : 255, invert, out);
+        break;
+      case Conversion::kTen16:
+        lximage::pack16To10(raw, static_cast<std::size_t>(n), rec->byteOrder == 'I',
+                            ink ? 0x00 : 0xFF, invert, out);
+        break;
+      case Conversion::kBlank:
+      case Conversion::kInk1:
+        out.clear();
+        break;
+    }
+    lximage::putRow(band, r, out);
+    countRow(rec);
+  }
+  rec->currentRow += rows;
+  return static_cast<std::int32_t>(rows);
+}
+
+std::int32_t LXTiff_ReadNextRasterBlockRGB(LXTiffRecT* rec, LXGWorld* red, LXGWorld* green,
+                                           LXGWorld* blue) {
+  LXGWorld* const bands[3] = {red, green, blue};
+  for (LXGWorld* band : bands) {
+    if (band != nullptr) LXClearGWorldRGB(band);
+  }
+  if (red == nullptr || green == nullptr || blue == nullptr) return 0;
+  if (rec == nullptr || !rec->stream) return 0;
+
+  const unsigned size = bandPixelSize(red);
+  if (bandPixelSize(green) != size || bandPixelSize(blue) != size) return 0;
+  const unsigned bits = rec->bitsPerPixel;
+  if (!((size == 8 && bits == 24) || (size == 10 && (bits == 24 || bits == 48)))) return 0;
+
+  const std::uint64_t bytesPerPixel = bits == 48 ? 6 : 3;
+  const std::uint64_t used =
+      std::min<std::uint64_t>(std::uint64_t{rec->width} * bytesPerPixel, rec->rowBytes);
+  const std::size_t pixels = static_cast<std::size_t>(used / bytesPerPixel);
+  const std::uint32_t rows =
+      rowsThisCall(rec, std::min({bandHeight(red), bandHeight(green), bandHeight(blue)}));
+  std::vector<unsigned char> plane;
+  std::vector<unsigned char> out;
+  for (std::uint32_t r = 0; r < rows; ++r) {
+    readRawRow(rec);
+    const std::vector<unsigned char>& raw = rec->rowBuffer;
+    for (std::size_t c = 0; c < 3; ++c) {
+      const std::size_t sampleBytes = bits == 48 ? 2 : 1;
+      plane.resize(pixels * sampleBytes);
+      for (std::size_t p = 0; p < pixels; ++p) {
+        for (std::size_t b = 0; b < sampleBytes; ++b) {
+          plane[p * sampleBytes + b] = raw[p * bytesPerPixel + c * sampleBytes + b];
+        }
+      }
+      if (size == 8) {
+        lximage::putRow(bands[c], r, plane);
+      } else if (bits == 24) {
+        lximage::pack8To10(plane, 255, false, out);
+        lximage::putRow(bands[c], r, out);
+      } else {
+        lximage::pack16To10(plane, pixels, rec->byteOrder == 'I', 0xFF, false, out);
+        lximage::putRow(bands[c], r, out);
+      }
+    }
+    countRow(rec);
+  }
+  rec->currentRow += rows;
+  return static_cast<std::int32_t>(rows);
+}
+
+std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
+                                            const unsigned char* table, int channel) {
+  if (band == nullptr) return 0;
+  const bool rgbSense = table == kRGBSenseTable;
+  clearBand(band, rgbSense);
+  if (rec == nullptr || !rec->stream || channel < 0 || channel > 3) return 0;
+
+  const auto k = static_cast<std::size_t>(channel);
+  const unsigned bits = rec->bitsPerSample[k];
+  const unsigned size = bandPixelSize(band);
+  const std::uint64_t stride = bandRowBytes(band);
+  Conversion conversion;
+  std::uint64_t factor = 1;
+  if (bits == size) {
+    conversion = bits == 1   ? Conversion::kCopy1
+                 : bits == 8 ? Conversion::kCopy8
+                             : Conversion::kBlank;
+  } else if (bits == 8 && size == 1) {
+    conversion = Conversion::kInk1;
+    factor = 8;
+  } else if (bits == 8 && size == 2) {
+    conversion = Conversion::kLevels2;
+    factor = 4;
+  } else if (bits == 8 && size == 4) {
+    conversion = Conversion::kLevels4;
+    factor = 2;
+  } else if (bits == 8 && size == 10) {
+    conversion = Conversion::kTen8;
+  } else if (bits == 16 && size == 10) {
+    conversion = Conversion::kTen16;
+  } else {
+    return 0;
+  }
+  if (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4)) {
+    return 0;
+  }
+  const std::uint64_t n = std::min(std::uint64_t{rec->sampleRowBytes[k]}, stride * factor);
+
+  const bool ink = holdsInk(rec);
+  const bool invert = !rgbSense && !ink;
+  const std::uint32_t rows = rowsThisCall(rec, bandHeight(band));
+  std::vector<unsigned char> gathered;
+  std::vector<unsigned char> out;
+  const auto rawAt = [rec](std::uint64_t i) -> unsigned char {
+    return i < rec->rowBuffer.size() ? rec->rowBuffer[static_cast<std::size_t>(i)] : 0;
+  };
+  for (std::uint32_t r = 0; r < rows; ++r) {
+    readRawRow(rec);
+    if (bits == 8) {
+      gathered.resize(static_cast<std::size_t>(n));
+      for (std::size_t i = 0; i < gathered.size(); ++i) gathered[i] = rawAt(4 * i + k);
+    } else if (bits == 16) {
+      gathered.resize(static_cast<std::size_t>(n / 2 * 2));
+      for (std::size_t i = 0; i < gathered.size() / 2; ++i) {
+        gathered[2 * i] = rawAt(8 * i + 2 * k);
+        gathered[2 * i + 1] = rawAt(8 * i + 2 * k + 1);
+      }
+    }
+    switch (conversion) {
+      case Conversion::kCopy1:
+        out.assign(static_cast<std::size_t>(n), 0);
+        // Two pixels a byte, four channel bits each; separate planes are not gathered.
+        if (rec->planarConfiguration != 2) {
+          for (std::size_t p = 0; p < out.size() * 8; ++p) {
+            const unsigned mask = (0x80u >> k) >> (4 * (p % 2));
+            if (rawAt(p / 2) & mask) out[p / 8] |= static_cast<unsigned char>(0x80u >> (p % 8));
+          }
+        }
+        lximage::clearPastWidth(out, rec->width, 1);
+        break;
+      case Conversion::kCopy8:
+        out = gathered;
+        if (invert) {
+          for (unsigned char& v : out) v = static_cast<unsigned char>(255 - v);
+        }
+        break;
+      case Conversion::kInk1:
+        out.assign(static_cast<std::size_t>((n + 7) / 8), rgbSense ? 0xFF : 0x00);
+        for (std::size_t i = 0; i < gathered.size(); ++i) {
+          const unsigned v = invert ? 255u - gathered[i] : gathered[i];
+          const bool inked = (ink || rgbSense) ? v != 0 : v == 0;
+          if (inked) out[i / 8] |= static_cast<unsigned char>(0x80u >> (i % 8));
+        }
+        lximage::clearPastWidth(out, rec->width, 1);
+        break;
+      case Conversion::kLevels2:
+      case Conversion::kLevels4: {
+        const int levelBits = conversion == Conversion::kLevels2 ? 2 : 4;
+        if (invert) {
+          for (unsigned char& v : gathered) v = static_cast<unsigned char>(255 - v);
+        }
+        lximage::packLevels(gathered, levelTable(table, levelBits), levelBits, out);
+        break;
+      }
+      case Conversion::kTen8:
+        lximage::pack8To10(gathered, ink ? 0 : 255, invert, out);
+        break;
+      case Conversion::kTen16:
+        lximage::pack16To10(gathered, gathered.size() / 2, rec->byteOrder == 'I', ink ? 0x00 : 0xFF,
+                            invert, out);
+        break;
+      case Conversion::kBlank:
+        out.clear();
+        break;
+    }
+    lximage::putRow(band, r, out);
+    countRow(rec);
+  }
+  rec->currentRow += rows;
+  return static_cast<std::int32_t>(rows);
+}
