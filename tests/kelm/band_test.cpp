@@ -107,8 +107,9 @@ class RoundTrip : public testing::TestWithParam<std::tuple<int, int, int>> {
   unsigned char blank() const { return rgbKind(family().family) ? 0xFF : 0x00; }
   int rowBytes(std::size_t plane) const { return (family().depths[plane] * kWidth + 7) / 8; }
 
-  // Fills band row r with the content of image row g.
-  void fillRow(Image& image, int r, int g, std::mt19937& rng) const {
+  // Fills band row r with the content of image row g; `previous` is the band row that holds
+  // image row g - 1 (the last row of the band before, for a band's first row), or -1.
+  void fillRow(Image& image, int r, int g, int previous, std::mt19937& rng) const {
     const RowKind kind = g >= kImageRows - 5 ? kBlank : kKinds[g % std::size(kKinds)];
     const std::size_t planes = image.bands.size();
     for (std::size_t p = 0; p < planes; ++p) {
@@ -117,9 +118,9 @@ class RoundTrip : public testing::TestWithParam<std::tuple<int, int, int>> {
       const auto random = [&] {
         for (int i = 0; i < n; ++i) row[i] = static_cast<unsigned char>(rng());
       };
-      const auto previous = [&] {
-        if (r > 0) {
-          std::memcpy(row, image.row(p, r - 1), static_cast<std::size_t>(n));
+      const auto repeat = [&] {
+        if (previous >= 0) {
+          std::memcpy(row, image.row(p, previous), static_cast<std::size_t>(n));
         } else {
           random();
         }
@@ -130,16 +131,16 @@ class RoundTrip : public testing::TestWithParam<std::tuple<int, int, int>> {
           random();
           break;
         case kRepeat:
-          previous();
+          repeat();
           break;
         case kSmallChanges:
-          previous();
+          repeat();
           for (int at : {5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 60}) {
             if (at < n) row[at] ^= 0x33;
           }
           break;
         case kFarChanges:
-          previous();
+          repeat();
           row[0] ^= 0x33;
           row[n - 1] ^= 0x33;
           break;
@@ -219,7 +220,7 @@ TEST_P(RoundTrip, RowsComeBackAsTheBandsHeldThem) {
     int g = 0;
     for (int rows : kBandRows) {
       for (int r = 0; r < rows; ++r, ++g) {
-        fillRow(image, r, g, rng);
+        fillRow(image, r, g, r > 0 ? r - 1 : g > 0 ? kBandRows[0] - 1 : -1, rng);
         expected.push_back(expectedRow(image, r));
       }
       KELM_SendBand(image.planes.get(), rows, mode);
@@ -259,14 +260,19 @@ TEST_P(RoundTrip, RowsComeBackAsTheBandsHeldThem) {
   }
   EXPECT_EQ(skips > 0, seedRow);
 
-  // A row is delta-coded only against a row sent just before it in the same band.
+  // A row is delta-coded only against a row sent just before it in the same band, and the
+  // repeated rows are.
+  std::size_t deltaRows = 0;
   for (std::size_t r = 0; r < sentRows; ++r) {
     for (std::size_t p = 0; p < decoded.planes.size(); ++p) {
       if (decoded.compression[p][r] != 3) continue;
+      ++deltaRows;
       EXPECT_TRUE(r != 0 && r != static_cast<std::size_t>(kBandRows[0])) << "row " << r;
       EXPECT_FALSE(isBlank(expected[r - 1])) << "row " << r;
     }
   }
+
+  EXPECT_EQ(deltaRows > 0, seedRow);
 
   if (remainder() == 128) {
     EXPECT_EQ(decoded.blockRows, (std::vector<std::size_t>{128, 12, 30}));

@@ -152,10 +152,16 @@ TEST(PackBits, AppendsBehindEarlierCode) {
 }
 
 TEST(SeedRowCode, CodesChangedBytesAgainstTheSeed) {
-  const auto with = [](std::size_t n, std::initializer_list<std::size_t> changed) {
+  const auto with = [](std::size_t n, const std::vector<std::size_t>& changed) {
     Bytes row(n, 0x11);
     for (std::size_t at : changed) row[at] = static_cast<std::uint8_t>(0x40 + at % 64);
     return row;
+  };
+  // Bytes 0 .. n-1 and `more`.
+  const auto changedUpTo = [](std::size_t n, std::initializer_list<std::size_t> more) {
+    std::vector<std::size_t> at(more);
+    for (std::size_t i = 0; i < n; ++i) at.push_back(i);
+    return at;
   };
   const struct {
     const char* name;
@@ -183,6 +189,7 @@ TEST(SeedRowCode, CodesChangedBytesAgainstTheSeed) {
        false},
       {"code as long as the row", with(9, {0, 1, 2, 3, 4, 5, 6, 7}), {}, true},
       {"every byte changed", with(9, {0, 1, 2, 3, 4, 5, 6, 7, 8}), {}, true},
+      {"offset bytes count toward the row", with(264, changedUpTo(232, {263})), {}, true},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
