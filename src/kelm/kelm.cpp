@@ -793,6 +793,7 @@ void KELM_ConvertPixelByPixel(KELMPlane* planes, std::int32_t row) {
   const std::size_t n =
       std::min<std::size_t>(static_cast<std::size_t>(std::max(mPixelByPixelCodeDataBytes, 0)),
                             mPixelByPixelCodeData.size());
+  if (n == 0) return;
   unsigned char* out = mPixelByPixelCodeData.data();
   std::memset(out, 0, n);
   if (planes == nullptr || planes->world == nullptr) return;
