@@ -26,15 +26,27 @@ std::string captureRaster(const std::function<void()>& body) {
   return std::string(raster.begin(), raster.end());
 }
 
+std::vector<inspect::RasterCommand> parse(const std::string& raster) {
+  std::vector<inspect::RasterCommand> commands;
+  std::string error;
+  EXPECT_TRUE(inspect::parseRaster(
+      {reinterpret_cast<const std::uint8_t*>(raster.data()), raster.size()}, &commands, &error))
+      << error;
+  return commands;
+}
+
+std::string captureCodes(const std::function<void()>& body) {
+  std::string codes;
+  for (const auto& c : parse(captureRaster(body))) codes += (codes.empty() ? "" : " ") + c.code();
+  return codes;
+}
+
 std::string esc(std::string_view text) {
   std::string out;
   for (std::size_t at = 0; at < text.size();) {
-    if (text.substr(at, 3) == "ESC") {
-      out += '\x1b';
-      at += 3;
-    } else {
-      out += text[at++];
-    }
+    const bool escape = text.substr(at, 3) == "ESC";
+    out += escape ? '\x1b' : text[at];
+    at += escape ? 3 : 1;
   }
   return out;
 }
@@ -49,11 +61,10 @@ void resetEncoder() {
 
 std::unique_ptr<LXGWorld> makeBand(int depth, int width, int height) {
   auto band = std::make_unique<LXGWorld>();
-  const int rowBytes = ((depth * width + 7) / 8 + 3) / 4 * 4;
-  band->pixels.assign(static_cast<std::size_t>(rowBytes) * height, 0);
+  band->rowBytes = static_cast<std::uint32_t>(((depth * width + 7) / 8 + 3) / 4 * 4);
+  band->pixels.assign(std::size_t{band->rowBytes} * height, 0);
   band->self = band.get();
   band->baseAddr = band->pixels.data();
-  band->rowBytes = static_cast<std::uint32_t>(rowBytes);
   band->bounds = {0, 0, height, width};
   band->pixelSize = static_cast<std::uint16_t>(depth);
   return band;

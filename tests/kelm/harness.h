@@ -1,7 +1,6 @@
 // Runs encoder calls against a fresh print file and hands back what they wrote.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -10,18 +9,20 @@
 
 #include "image/lxgworld.h"
 #include "inspect/packets.h"
+#include "inspect/raster.h"
 
 namespace kelmtest {
 
-// The packets of the print file that `body` writes into.
 std::vector<inspect::Packet> capturePackets(const std::function<void()>& body);
-// The raster stream that `body` writes.
 std::string captureRaster(const std::function<void()>& body);
+// The raster commands `body` writes, as codes ("ESC*b2W") joined by blanks.
+std::string captureCodes(const std::function<void()>& body);
+std::vector<inspect::RasterCommand> parse(const std::string& raster);
 
 // `text` with every "ESC" replaced by the escape byte.
 std::string esc(std::string_view text);
 
-// Encoder state as a job starts, with the settings KELM_New leaves alone fixed too.
+// Encoder state as a job starts, the settings KELM_New leaves alone included.
 void resetEncoder();
 
 // A zero-filled band buffer laid out as the image readers make them.
