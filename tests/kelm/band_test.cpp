@@ -75,9 +75,10 @@ constexpr int kWidth = 301, kBandRows[] = {140, 30}, kImageRows = 170;
 // Row contents cycled over the image: literals, repeats (empty delta rows), small and far
 // changes (offset bytes), runs, blank rows, rows blank but for one plane or for a head.
 enum Kind { kRandom, kRepeat, kSmall, kFar, kRuns, kBlank, kFirstPlane, kBlankTail };
-constexpr Kind kKinds[] = {kRandom, kRepeat, kSmall,      kSmall,     kFar,    kRuns, kBlank,
-                           kBlank,  kSmall,  kFirstPlane, kBlankTail, kRepeat, kRuns, kBlank,
-                           kRandom, kRepeat, kFar,        kBlankTail, kRandom};
+// Image row 140, the first of the second band, repeats row 139.
+constexpr Kind kKinds[] = {kRandom, kRepeat, kSmall,  kSmall, kFar,        kBlank,     kRuns,
+                           kRepeat, kBlank,  kBlank,  kSmall, kFirstPlane, kBlankTail, kRepeat,
+                           kRuns,   kBlank,  kRandom, kFar,   kRandom};
 
 class RoundTrip : public testing::TestWithParam<std::tuple<int, int, int>> {
  protected:
