@@ -1,8 +1,10 @@
 // The raster language encoder: PJL header, page and cursor commands, compressed rows.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "config/parameter.h"
 #include "image/lxgworld.h"
@@ -83,7 +85,27 @@ void KELM_SendYOffset(std::int32_t y);
 void KELM_SendYOffsetRelative(std::int32_t dy);
 
 void KELM_SendBand(KELMPlane* planes, std::int32_t rows, std::int32_t mode);
+// Interleaves row `row` of the planes' band buffers byte by byte into the pixel row buffer.
+void KELM_ConvertPixelByPixel(KELMPlane* planes, std::int32_t row);
 
 // Row compression.
 void packBits(const unsigned char*& src, unsigned char*& dst, std::int32_t count);
 void kelm_ChangeCompressionMode(std::uint8_t mode);
+
+// A copy of the encoder's module state, for tests and diagnostics.
+struct KELMState {
+  std::int32_t numOfPages = 0;
+  std::int32_t blankLines = 0;
+  std::uint8_t compressionMode = 0;
+  std::int8_t inkType = -1;
+  std::string paperName;
+  std::string machineID;
+  std::string rollWidth;
+  std::array<std::string, 6> imageProcessingDataPath;
+  std::array<bool, 6> hasImageProcessingDataPath = {};
+  std::int32_t codeDataBytes = 0;
+  bool hasCodeData = false;
+  std::int32_t pixelByPixelCodeDataBytes = 0;
+  bool hasPixelByPixelCodeData = false;
+};
+KELMState kelm_GetState();

@@ -1,0 +1,197 @@
+#include "kelm/row_coding.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "kelm/kelm.h"
+
+namespace {
+
+// Eight bytes as a little-endian number, assembled byte by byte: byte i of memory is bits
+// 8i..8i+7 on any host (compilers turn this into a single load).
+std::uint64_t load8(const unsigned char* p) {
+  return std::uint64_t{p[0]} | std::uint64_t{p[1]} << 8 | std::uint64_t{p[2]} << 16 |
+         std::uint64_t{p[3]} << 24 | std::uint64_t{p[4]} << 32 | std::uint64_t{p[5]} << 40 |
+         std::uint64_t{p[6]} << 48 | std::uint64_t{p[7]} << 56;
+}
+
+constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+constexpr std::uint64_t kLowBits = 0x7F7F7F7F7F7F7F7FULL;
+constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;
+constexpr std::uint64_t kGather = 0x0102040810204080ULL;
+
+// The top bit of every byte of `v` that is zero, and no other bit.
+std::uint64_t zeroBytes(std::uint64_t v) {
+  return ~(((v & kLowBits) + kLowBits) | v) & kHighBits;
+}
+
+// Bit i set when three equal bytes start at p + i, for i < 64; reads p[0] .. p[65].
+std::uint64_t tripleBits(const unsigned char* p) {
+  std::uint64_t bits = 0;
+  for (int k = 0; k < 64; k += 8) {
+    const std::uint64_t a = load8(p + k);
+    const std::uint64_t b = load8(p + k + 1);
+    const std::uint64_t c = load8(p + k + 2);
+    // One bit per byte, gathered into the low byte in memory order.
+    bits |= (((zeroBytes((a ^ b) | (b ^ c)) >> 7) * kGather) >> 56) << k;
+  }
+  return bits;
+}
+
+std::uint64_t tripleBitsNearEnd(const unsigned char* p, const unsigned char* end) {
+  std::uint64_t bits = 0;
+  for (int i = 0; i < 64 && end - (p + i) >= 3; ++i) {
+    if (p[i] == p[i + 1] && p[i + 1] == p[i + 2]) bits |= std::uint64_t{1} << i;
+  }
+  return bits;
+}
+
+// Where runs of three equal bytes start, 64 positions at a time, for a scan that only moves
+// forward.
+class TripleMap {
+ public:
+  TripleMap(const unsigned char* begin, const unsigned char* end) : base_(begin), end_(end) {
+    load();
+  }
+  // Bits from position q to the end of its block of 64.
+  std::uint64_t from(const unsigned char* q) {
+    while (q - base_ >= 64) {
+      base_ += 64;
+      load();
+    }
+    return bits_ >> (q - base_);
+  }
+  const unsigned char* blockEnd() const { return base_ + 64; }
+
+ private:
+  void load() { bits_ = end_ - base_ >= 66 ? tripleBits(base_) : tripleBitsNearEnd(base_, end_); }
+  const unsigned char* base_;
+  const unsigned char* end_;
+  std::uint64_t bits_ = 0;
+};
+
+// Copies n bytes (1 to 128), in two fixed pieces of 64 when both sides have room for them:
+// fixed-size copies keep the branch on the length out of the common case.
+unsigned char* copyBytes(unsigned char* out, const unsigned char* outLimit,
+                         const unsigned char* from, const unsigned char* fromLimit,
+                         std::ptrdiff_t n) {
+  if (outLimit - out >= 128 && fromLimit - from >= 128) {
+    std::memcpy(out, from, 64);
+    if (n > 64) std::memcpy(out + 64, from + 64, 64);
+  } else {
+    std::memcpy(out, from, static_cast<std::size_t>(n));
+  }
+  return out + n;
+}
+
+std::int32_t firstDifference(const unsigned char* seed, const unsigned char* row, std::int32_t at,
+                             std::int32_t n) {
+  while (n - at >= 8 && load8(seed + at) == load8(row + at)) at += 8;
+  while (at < n && seed[at] == row[at]) ++at;
+  return at;
+}
+
+std::int32_t firstEqual(const unsigned char* seed, const unsigned char* row, std::int32_t at,
+                        std::int32_t n) {
+  for (; n - at >= 8; at += 8) {
+    const std::uint64_t equal = zeroBytes(load8(seed + at) ^ load8(row + at));
+    if (equal != 0) return at + (std::countr_zero(equal) >> 3);
+  }
+  while (at < n && seed[at] != row[at]) ++at;
+  return at;
+}
+
+}  // namespace
+
+// Each window of up to 128 bytes from the literal start is either one literal segment or the
+// literal before its first run of three or more equal bytes followed by that run (cut at the
+// window's end). This is what the byte-by-byte scan with its 128-byte span produces, found
+// with word-wide compares instead.
+void packBits(const unsigned char*& src, unsigned char*& dst, std::int32_t count) {
+  if (count <= 0) return;
+  const unsigned char* p = src;
+  const unsigned char* const end = src + count;
+  unsigned char* out = dst;
+  // The caller's buffer holds the bound; copies may run ahead into it, never past it.
+  const unsigned char* const outLimit = dst + kelm_PackBitsBound(count);
+  TripleMap triples(src, end);
+  while (p < end) {
+    const unsigned char* const window = end - p > 128 ? p + 128 : end;
+    // The first run of three that fits in the window.
+    const unsigned char* run = window;
+    for (const unsigned char* q = p; window - q >= 3; q = triples.blockEnd()) {
+      if (const std::uint64_t bits = triples.from(q); bits != 0) {
+        const unsigned char* start = q + std::countr_zero(bits);
+        if (window - start >= 3) run = start;
+        break;
+      }
+    }
+    if (run > p) {
+      *out = static_cast<unsigned char>(run - p - 1);
+      out = copyBytes(out + 1, outLimit, p, end, run - p);
+    }
+    if (run == window) {
+      p = window;
+      continue;
+    }
+    // The run goes on two bytes past the last position where three equal bytes start.
+    const unsigned char* last = run;
+    for (const unsigned char* q = run;; q = triples.blockEnd()) {
+      if (const std::uint64_t gaps = ~triples.from(q);
+          gaps != 0 && q + std::countr_zero(gaps) < triples.blockEnd()) {
+        last = q + std::countr_zero(gaps);
+        break;
+      }
+      if (triples.blockEnd() >= window) {
+        last = window;
+        break;
+      }
+    }
+    const unsigned char* runEnd = std::min(last + 2, window);
+    out[0] = static_cast<unsigned char>(1 - (runEnd - run));
+    out[1] = *run;
+    out += 2;
+    p = runEnd;
+  }
+  src = end;
+  dst = out;
+}
+
+std::int32_t kelm_SeedRowCode(const unsigned char* seed, const unsigned char* row, std::int32_t n,
+                              unsigned char* out) {
+  std::int32_t length = 0;
+  std::int32_t replaced = 0;  // end of the previous replacement
+  std::int32_t at = firstDifference(seed, row, 0, n);
+  while (at < n) {
+    const std::int32_t runEnd = firstEqual(seed, row, at + 1, n);
+    std::int32_t offset = at - replaced;
+    while (at < runEnd) {
+      const std::int32_t count = std::min<std::int32_t>(8, runEnd - at);
+      const std::int32_t more = offset >= 31 ? (offset - 31) / 255 + 1 : 0;
+      if (length + 1 + more + count >= n) return -1;
+      out[length++] =
+          static_cast<unsigned char>(((count - 1) << 5) | std::min<std::int32_t>(offset, 31));
+      if (offset >= 31) {
+        std::int32_t rest = offset - 31;
+        for (; rest >= 255; rest -= 255) out[length++] = 255;
+        out[length++] = static_cast<unsigned char>(rest);
+      }
+      std::memcpy(out + length, row + at, static_cast<std::size_t>(count));
+      length += count;
+      at += count;
+      offset = 0;
+    }
+    replaced = runEnd;
+    at = firstDifference(seed, row, runEnd, n);
+  }
+  return length;
+}
+
+std::int32_t kelm_TrimmedLength(const unsigned char* row, std::int32_t n, unsigned char blank) {
+  const std::uint64_t pattern = kOnes * blank;
+  std::int32_t k = n;
+  while (k >= 8 && load8(row + k - 8) == pattern) k -= 8;
+  while (k > 0 && row[k - 1] == blank) --k;
+  return k;
+}

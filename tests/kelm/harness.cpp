@@ -1,0 +1,73 @@
+#include "harness.h"
+
+#include "kelm/kelm.h"
+#include "support/support.h"
+#include "zelp/zelp.h"
+
+namespace kelmtest {
+
+std::vector<inspect::Packet> capturePackets(const std::function<void()>& body) {
+  testsupport::TempDir dir;
+  const std::string path = (dir / "out.dat").string();
+  ZELP_NewWithName(path.c_str());
+  EXPECT_EQ(ZELP_Open(), 0);
+  body();
+  ZELP_Flush(0);
+  ZELP_Close();
+  ZELP_Delete();
+  std::vector<inspect::Packet> packets;
+  std::string error;
+  EXPECT_TRUE(inspect::decodePackets(testsupport::readFile(path), &packets, &error)) << error;
+  return packets;
+}
+
+std::string captureRaster(const std::function<void()>& body) {
+  const std::vector<std::uint8_t> raster = inspect::rasterStream(capturePackets(body));
+  return std::string(raster.begin(), raster.end());
+}
+
+std::vector<inspect::RasterCommand> parse(const std::string& raster) {
+  std::vector<inspect::RasterCommand> commands;
+  std::string error;
+  EXPECT_TRUE(inspect::parseRaster(
+      {reinterpret_cast<const std::uint8_t*>(raster.data()), raster.size()}, &commands, &error))
+      << error;
+  return commands;
+}
+
+std::string captureCodes(const std::function<void()>& body) {
+  std::string codes;
+  for (const auto& c : parse(captureRaster(body))) codes += (codes.empty() ? "" : " ") + c.code();
+  return codes;
+}
+
+std::string esc(std::string_view text) {
+  std::string out;
+  for (std::size_t at = 0; at < text.size();) {
+    const bool escape = text.substr(at, 3) == "ESC";
+    out += escape ? '\x1b' : text[at];
+    at += escape ? 3 : 1;
+  }
+  return out;
+}
+
+void resetEncoder() {
+  KELM_New();
+  KELM_SetPrinterResolution(600, 300);
+  KELM_SetGraphicResolution(300, 300);
+  KELM_SetPaperSizeInDeciMilliMeter(0, 0);
+  KELM_SetPrintableWidthInPixel(0);
+}
+
+std::unique_ptr<LXGWorld> makeBand(int depth, int width, int height) {
+  auto band = std::make_unique<LXGWorld>();
+  band->rowBytes = static_cast<std::uint32_t>(((depth * width + 7) / 8 + 3) / 4 * 4);
+  band->pixels.assign(std::size_t{band->rowBytes} * height, 0);
+  band->self = band.get();
+  band->baseAddr = band->pixels.data();
+  band->bounds = {0, 0, height, width};
+  band->pixelSize = static_cast<std::uint16_t>(depth);
+  return band;
+}
+
+}  // namespace kelmtest

@@ -1,0 +1,31 @@
+// Runs encoder calls against a fresh print file and hands back what they wrote.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "image/lxgworld.h"
+#include "inspect/packets.h"
+#include "inspect/raster.h"
+
+namespace kelmtest {
+
+std::vector<inspect::Packet> capturePackets(const std::function<void()>& body);
+std::string captureRaster(const std::function<void()>& body);
+// The raster commands `body` writes, as codes ("ESC*b2W") joined by blanks.
+std::string captureCodes(const std::function<void()>& body);
+std::vector<inspect::RasterCommand> parse(const std::string& raster);
+
+// `text` with every "ESC" replaced by the escape byte.
+std::string esc(std::string_view text);
+
+// Encoder state as a job starts, the settings KELM_New leaves alone included.
+void resetEncoder();
+
+// A zero-filled band buffer laid out as the image readers make them.
+std::unique_ptr<LXGWorld> makeBand(int depth, int width, int height);
+
+}  // namespace kelmtest
