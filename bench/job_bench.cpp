@@ -1,0 +1,136 @@
+// Whole-job throughput on a large-format CMYK image: a 36-inch roll at 300 dpi.
+//
+//   cmake -S . -B build/bench -DCMAKE_BUILD_TYPE=Release -DZELPGEN_BUILD_BENCH=ON \
+//         -DZELPGEN_BUILD_TESTS=OFF && cmake --build build/bench --target job_bench
+//   build/bench/bench/job_bench
+//
+// Each run happens in a child process, so the peak resident size is the job's own.
+// Images are generated once under $TMPDIR (or /tmp) and kept for later runs.
+
+#include <benchmark/benchmark.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <tiffio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "zelpgen/zelpgen.h"
+
+namespace {
+
+constexpr std::uint32_t kWidth = 10800;
+
+std::filesystem::path workDir() {
+  const char* tmp = std::getenv("TMPDIR");
+  std::filesystem::path dir = std::filesystem::path(tmp ? tmp : "/tmp") / "zelpgen-bench";
+  std::filesystem::create_directories(dir);
+  return dir;
+}
+
+// Smooth shapes with fine grain, so PackBits sees the mix of short runs and literals that a
+// photograph gives.
+std::filesystem::path cmykImage(std::uint32_t height) {
+  const auto path =
+      workDir() / ("cmyk-" + std::to_string(kWidth) + "x" + std::to_string(height) + ".tif");
+  if (std::filesystem::exists(path)) return path;
+  const auto partial = path.string() + ".part";
+  TIFF* tif = TIFFOpen(partial.c_str(), "w8");
+  if (tif == nullptr) std::abort();
+  TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, kWidth);
+  TIFFSetField(tif, TIFFTAG_IMAGELENGTH, height);
+  TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, 4);
+  TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, 8);
+  TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_SEPARATED);
+  TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+  TIFFSetField(tif, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+  TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, 16);
+  std::vector<std::uint8_t> row(kWidth * 4);
+  std::uint32_t noise = 12345;
+  for (std::uint32_t y = 0; y < height; ++y) {
+    for (std::uint32_t x = 0; x < kWidth; ++x) {
+      noise = noise * 1664525u + 1013904223u;
+      const double fx = x / 900.0, fy = y / 700.0;
+      const double base[4] = {std::sin(fx) * std::cos(fy), std::sin(fx * 0.7 + fy),
+                              std::cos(fx * 1.3 - fy * 0.4), std::sin((fx + fy) * 0.5)};
+      for (int c = 0; c < 4; ++c) {
+        // Sky-like flat areas (runs) where the shape is low, grain elsewhere.
+        const double v = base[c] < -0.3 ? 0.0 : 127.5 + 127.5 * base[c];
+        const int grain = base[c] < -0.3 ? 0 : static_cast<int>((noise >> (8 * c)) & 7) - 3;
+        row[x * 4 + c] = static_cast<std::uint8_t>(std::clamp(static_cast<int>(v) + grain, 0, 255));
+      }
+    }
+    if (TIFFWriteScanline(tif, row.data(), y, 0) < 0) std::abort();
+  }
+  TIFFClose(tif);
+  std::filesystem::rename(partial, path);
+  return path;
+}
+
+std::filesystem::path jobFile(const std::filesystem::path& image, int compression) {
+  const auto cfg =
+      workDir() / ("job-" + image.stem().string() + "-" + std::to_string(compression) + ".cfg");
+  std::ofstream out(cfg);
+  out << "[Global]\nOutFilePath=\"" << (workDir() / "bench.dat").string() << "\"\n"
+      << "[ZELP]\nJobName=\"bench\"\nJobTime=\"01/02/2026 03:04:05 GMT\"\n"
+      << "[KELM]\nPrinterResolutionH=300\nPrinterResolutionV=300\nPaperName=\"ROLL\"\n"
+      << "PaperOrient=\"SHORTEDGE\"\nMarginTop=0\nMarginBottom=0\nMarginLeft=0\nMarginRight=0\n"
+      << "[Image]\nImageFileCMYK=\"" << image.string() << "\"\n"
+      << "ColorSpace=kelm_id_val_image_format_row_kcmy_kccmmy_multi_level\n"
+      << "CompressionMode=" << compression << "\nNumOfPlanes=4\n"
+      << "PixelDepthK=8\nPixelDepthC=8\nPixelDepthM=8\nPixelDepthY=8\n"
+      << "GraphicResolutionH=300\nGraphicResolutionV=300\n";
+  return cfg;
+}
+
+void BM_CMYKJob(benchmark::State& state) {
+  const auto height = static_cast<std::uint32_t>(state.range(0));
+  const int compression = static_cast<int>(state.range(1));
+  const auto cfg = jobFile(cmykImage(height), compression);
+  long peakKiB = 0;
+  for (auto _ : state) {
+    const auto start = std::chrono::steady_clock::now();
+    const pid_t child = fork();
+    if (child == 0) _exit(makeZELPData(cfg.c_str()));
+    int status = 0;
+    rusage usage{};
+    wait4(child, &status, 0, &usage);
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+      state.SkipWithError("the job failed");
+      return;
+    }
+    state.SetIterationTime(took.count());
+    peakKiB = std::max(peakKiB, usage.ru_maxrss);
+  }
+  const double imageBytes = double(kWidth) * height * 4;
+  state.SetBytesProcessed(static_cast<std::int64_t>(imageBytes * state.iterations()));
+  state.counters["MB/s"] =
+      benchmark::Counter(imageBytes / 1e6 * state.iterations(), benchmark::Counter::kIsRate);
+  state.counters["peak_MB"] = peakKiB / 1024.0;
+  state.counters["print_MB"] = std::filesystem::file_size(workDir() / "bench.dat") / 1e6;
+}
+
+// Mode 4002 (PackBits) and 4003 (seed row), at full height and at a quarter of it: the peak
+// memory must not depend on the height.
+BENCHMARK(BM_CMYKJob)
+    ->ArgNames({"height", "compression"})
+    ->Args({7200, 2})
+    ->Args({7200, 3})
+    ->Args({1800, 2})
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->MinTime(3.0);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,104 @@
+#include <algorithm>
+#include <cstring>
+
+#include "driver/driver.h"
+#include "image/lxbmp.h"
+#include "kelm/kelm.h"
+
+int processKELMConfiguration(parameter* p) {
+  KELM_SetPrinterResolution(p->printerResolutionH, p->printerResolutionV);
+  if (p->paperName[0] != '\0') KELM_SetPaperName(p->paperName);
+  if (std::strcmp(p->paperName, "CUSTOM") != 0) {
+    if (p->paperOrient == 0) {
+      KELM_SetPaperOrientToShortEdge();
+    } else if (p->paperOrient == 1) {
+      KELM_SetPaperOrientToLongEdge();
+    }
+  } else {
+    KELM_SetPaperSizeInDeciMilliMeter(p->paperSizeH, p->paperSizeV);
+  }
+  if (p->printableWidthInPixel == -1) setPrintableWidthInPixel(p);
+  KELM_SetPrintableWidthInPixel(p->printableWidthInPixel);
+  KELM_SetMargins(static_cast<std::int16_t>(p->marginTop), static_cast<std::int16_t>(p->marginLeft),
+                  static_cast<std::int16_t>(p->marginBottom),
+                  static_cast<std::int16_t>(p->marginRight));
+  if (p->banner == 1) {
+    KELM_SetBannerON();
+  } else if (p->banner == 0) {
+    KELM_SetBannerOFF();
+  }
+  if (p->savePaper == 1) {
+    KELM_SetSavePaperON();
+  } else if (p->savePaper == 0) {
+    KELM_SetSavePaperOFF();
+  }
+  KELM_SetCutmediaCenter(p->cutmediaCenter);
+  KELM_SetRollmediaCenter(p->rollmediaCenter);
+  if (p->dMask == 1) {
+    KELM_SetDMaskON();
+  } else if (p->dMask == 0) {
+    KELM_SetDMaskOFF();
+  }
+  if (p->inkType != -1) KELM_SetInkType(static_cast<std::uint8_t>(p->inkType));
+  if (p->machineID[0] != '\0') KELM_SetMachineID(p->machineID);
+  if (p->rollWidth[0] != '\0') KELM_SetRollWidth(p->rollWidth);
+  if (p->singleSSC != -1) KELM_SetSingleSSC(static_cast<std::uint8_t>(p->singleSSC));
+  if (p->printStopOff != -1) KELM_SetPrintStopOff(static_cast<std::uint8_t>(p->printStopOff));
+  if (p->newPJLList) {
+    KELM_SetNewPJL(std::move(p->newPJLList));
+    p->newPJLLast = nullptr;
+  }
+  // Empty names keep their index, so later tables stay at the index the configuration gave.
+  int index = 0;
+  for (const imageProcessingFile* f = p->imageProcessingFileList.get(); f != nullptr;
+       f = f->next.get(), ++index) {
+    if (f->path[0] != '\0') KELM_SetImageProcessingFile(index, f->path);
+  }
+  return KELM_SendJobStart() < 0 ? 1 : 0;
+}
+
+int processKELMImageConfiguration(const imageParameter* entry) {
+  KELM_SetColorSpace(static_cast<std::uint8_t>(entry->colorSpace));
+  // Seed-row PackBits is announced as plain PackBits.
+  const int compression = entry->compressionMode == 256 ? 2 : entry->compressionMode;
+  KELM_SetCompressionMode(static_cast<std::uint8_t>(compression));
+  KELM_SetNumOfPlanes(static_cast<std::uint8_t>(entry->numOfPlanes));
+  struct DepthSetter {
+    PixelDepthIndex index;
+    void (*set)(std::uint8_t);
+  };
+  static constexpr DepthSetter kSetters[] = {
+      {kDepthR, KELM_SetPixelDepthR},    {kDepthG, KELM_SetPixelDepthG},
+      {kDepthB, KELM_SetPixelDepthB},    {kDepthK, KELM_SetPixelDepthK},
+      {kDepthC, KELM_SetPixelDepthC},    {kDepthM, KELM_SetPixelDepthM},
+      {kDepthY, KELM_SetPixelDepthY},    {kDepthc, KELM_SetPixelDepthc},
+      {kDepthm, KELM_SetPixelDepthm},    {kDepthGy, KELM_SetPixelDepthGy},
+      {kDepthPgy, KELM_SetPixelDepthPgy}};
+  for (const DepthSetter& s : kSetters) {
+    if (entry->pixelDepth[s.index] != -1)
+      s.set(static_cast<std::uint8_t>(entry->pixelDepth[s.index]));
+  }
+  KELM_SetGraphicResolution(entry->graphicResolutionH, entry->graphicResolutionV);
+  return 0;
+}
+
+int setPrintableWidthInPixel(parameter* p) {
+  // Gray and photo gray files are not measured.
+  static constexpr ImageFileIndex kMeasured[] = {
+      kFileRGB, kFileR, kFileG, kFileB, kFileCMYK, kFileK, kFileC, kFileM, kFileY, kFilec, kFilem};
+  std::int32_t widest = 0;
+  for (const imageParameter* e = p->imageParameterList.get(); e != nullptr; e = e->next.get()) {
+    for (ImageFileIndex file : kMeasured) {
+      std::unique_ptr<LXBMPRecT> reader;
+      if (e->imageFile[file][0] != '\0') {
+        reader = LXBMP_New(e->imageFile[file]);
+        if (!reader) return 1;
+      }
+      const auto width = static_cast<std::int32_t>(LXBMP_GetWidth(reader.get()));
+      LXBMP_Delete(std::move(reader));
+      widest = std::max(widest, width);
+    }
+  }
+  p->printableWidthInPixel = widest;
+  return 0;
+}
