@@ -6,21 +6,6 @@
 
 namespace {
 
-bool isDecimalDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-int hexDigitValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
-bool hasHexPrefix(const char* text) {
-  return text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-}
-
 // Leading decimal digits of at most `count` characters, in unsigned 32-bit arithmetic.
 std::uint32_t decimalPrefix(const char* text, std::size_t count) {
   std::uint32_t v = 0;

@@ -6,21 +6,11 @@
 #include <vector>
 
 #include "cmdfile/cmdfile_info.h"
+#include "config/config.h"
 
 namespace {
 
 constexpr std::size_t kHeaderSize = 20;
-
-int hexDigitValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
-bool hasHexPrefix(const char* text) {
-  return text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-}
 
 rawPacket* lastRawPacket(const std::unique_ptr<rawPacket>& head) {
   rawPacket* packet = head.get();

@@ -4,34 +4,14 @@
 #include <initializer_list>
 
 #include "config/config.h"
+#include "config/key_handlers.h"
 #include "config/sections.h"
 #include "config/values.h"
 #include "image/reduction.h"
 
 namespace {
 
-using KELMHandler = int (*)(cfgLine*, parameter*);
-
-template <auto Field>
-int text(cfgLine* l, parameter* p) {
-  return parseParameterString(l->key, l->key, l->value, p->*Field, l);
-}
-template <int parameter::*Field>
-int integer(cfgLine* l, parameter* p) {
-  return parseParameterInteger(l->key, l->key, l->value, &(p->*Field), l);
-}
-template <int parameter::*Field>
-int signedInteger(cfgLine* l, parameter* p) {
-  return parseParameterIntegerS(l->key, l->key, l->value, &(p->*Field), l);
-}
-template <int parameter::*Field>
-int integerSymbol(cfgLine* l, parameter* p) {
-  return parseParameterIntegerSymbol(l->key, l->key, l->value, &(p->*Field), l);
-}
-template <int parameter::*Field>
-int quotedSymbol(cfgLine* l, parameter* p) {
-  return parseParameterSymbolS(l->key, l->key, l->value, &(p->*Field), l);
-}
+using KELMHandler = KeyHandler;
 
 struct KELMKey {
   const char* name;

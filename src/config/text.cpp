@@ -34,3 +34,18 @@ char* trimSpaces(char* s) {
   s[n] = '\0';
   return s;
 }
+
+bool isDecimalDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+int hexDigitValue(char c) {
+  if (isDecimalDigit(c)) return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+bool hasHexPrefix(const char* text) {
+  return text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+}

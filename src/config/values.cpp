@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "config/config.h"
 #include "image/reduction.h"
 
 constexpr IDSymbol gIDSymbolTable[kIDSymbolCount + 1] = {
@@ -199,21 +200,10 @@ constexpr const char kMediumTypeExPrefix[] = "id_val_lfp_medium_type_ex_";
   std::exit(1);
 }
 
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-int hexDigitValue(char c) {
-  if (isDigit(c)) return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 // An empty text passes both: the checks look at every character there is.
 bool allDigits(const char* s) {
   for (; *s != '\0'; ++s)
-    if (!isDigit(*s)) return false;
+    if (!isDecimalDigit(*s)) return false;
   return true;
 }
 
@@ -221,10 +211,6 @@ bool allHexDigits(const char* s) {
   for (; *s != '\0'; ++s)
     if (hexDigitValue(*s) < 0) return false;
   return true;
-}
-
-bool hasHexPrefix(const char* s) {
-  return s[0] == '0' && (s[1] == 'x' || s[1] == 'X');
 }
 
 bool isEmpty(const char* value) {
@@ -252,7 +238,7 @@ bool numberValue(const char* value, int* out) {
 
 // The rest of a medium type extension: four digits read as hexadecimal, or a word.
 int convertCharToInt(const char* rest, int* out) {
-  if (isDigit(rest[0])) {
+  if (isDecimalDigit(rest[0])) {
     if (std::strlen(rest) != 4) return -1;
     *out = static_cast<int>(std::strtol(rest, nullptr, 16));
     return 0;
@@ -329,7 +315,7 @@ int atoiWrapped(const char* text) {
   bool negative = false;
   if (*s == '+' || *s == '-') negative = *s++ == '-';
   std::uint32_t value = 0;
-  for (; isDigit(*s); ++s) value = value * 10u + static_cast<std::uint32_t>(*s - '0');
+  for (; isDecimalDigit(*s); ++s) value = value * 10u + static_cast<std::uint32_t>(*s - '0');
   return static_cast<int>(negative ? 0u - value : value);
 }
 

@@ -5,6 +5,7 @@
 #include "cmdfile/cmdfile.h"
 #include "cmdfile/raw_packet.h"
 #include "config/config.h"
+#include "config/key_handlers.h"
 #include "config/sections.h"
 #include "config/values.h"
 
@@ -12,20 +13,7 @@ namespace {
 
 int sZELPVersion = 1;
 
-using Handler = int (*)(cfgLine*, parameter*);
-
-template <auto Field>
-int text(cfgLine* l, parameter* p) {
-  return parseParameterString(l->key, l->key, l->value, p->*Field, l);
-}
-template <int parameter::*Field>
-int integer(cfgLine* l, parameter* p) {
-  return parseParameterInteger(l->key, l->key, l->value, &(p->*Field), l);
-}
-template <int parameter::*Field>
-int integerSymbol(cfgLine* l, parameter* p) {
-  return parseParameterIntegerSymbol(l->key, l->key, l->value, &(p->*Field), l);
-}
+using Handler = KeyHandler;
 int mediumTypeEx(cfgLine* l, parameter* p) {
   return extractParameterIntegerSymbol(l->key, l->key, l->value, &p->mediumTypeEx, l);
 }
