@@ -29,7 +29,7 @@ struct File {
 // A plane as the band holds it: the file and channel it comes from, its depth, whether the
 // reader inverts light into ink, and the levels of a 2- or 4-bit reduction.
 struct Plane {
-  int file, channel, depth;
+  int file, channel, depth;  // file -1: a band that is never read
   bool invert;
   int levels = 0;
 };
@@ -149,6 +149,16 @@ const ModeCase kCases[] = {
      false,
      0,
      {3, 4, 0, 0, 0, 0, 8, 8, 8, 8},
+     "ESC*v10W ESC*t300R ESC*r1A ESC*b2M",
+     {2}},
+    {"CMYKWithGrayFileOpenedButNotRead",
+     {{"cmyk.tif", Kind::kTiffCMYK, 23}, {"g.bmp", Kind::kBmp, 24}},
+     "ImageFileCMYK=\"cmyk.tif\"\nImageFileGy=\"g.bmp\"\nColorSpace=5\nCompressionMode=2\n"
+     "NumOfPlanes=5\nPixelDepthK=8\nPixelDepthC=8\nPixelDepthM=8\nPixelDepthY=8\nPixelDepthGy=8\n",
+     {{0, 3, 8, false}, {0, 0, 8, false}, {0, 1, 8, false}, {0, 2, 8, false}, {-1, 0, 8, false}},
+     false,
+     0,
+     {5, 5, 0, 0, 0, 0, 8, 8, 8, 8},
      "ESC*v10W ESC*t300R ESC*r1A ESC*b2M",
      {2}},
     {"CMYKSeedRowFromPackBitsTiff",
@@ -343,8 +353,9 @@ TEST_P(RasterModes, RowsAreTheConvertedPixels) {
   ASSERT_LE(image.rows(), static_cast<std::size_t>(kHeight));
   for (int r = 0; r < kHeight; ++r) {
     std::vector<Bytes> rows;
-    for (const Plane& p : c.planes)
-      rows.push_back(expectedRow(sources[p.file], c.files[p.file], p, r));
+    for (const Plane& p : c.planes) {
+      rows.push_back(p.file < 0 ? Bytes{} : expectedRow(sources[p.file], c.files[p.file], p, r));
+    }
     if (c.pixel) {
       // Byte by byte over the band's row stride; the stride's padding is white.
       const std::size_t stride = (rows[0].size() + 3) / 4 * 4;
