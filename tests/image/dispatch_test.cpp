@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <string>
 
-#include "image/image_support.h"
 #include "image/lxbmp.h"
+#include "support/image_support.h"
 #include "support/support.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <string>
 
-#include "image/image_support.h"
 #include "image/lxbmp.h"
+#include "support/image_support.h"
 #include "support/support.h"
 
 namespace {

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "image/image_support.h"
+#include "support/image_support.h"
 #include "support/support.h"
 
 namespace {

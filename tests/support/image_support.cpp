@@ -1,4 +1,4 @@
-#include "image/image_support.h"
+#include "support/image_support.h"
 
 #include <gtest/gtest.h>
 
