@@ -7,6 +7,7 @@
 
 namespace {
 
+using lximage::bandBytes;
 using lximage::bandHeight;
 using lximage::bandPixelSize;
 using lximage::bandRowBytes;
@@ -58,6 +59,42 @@ const unsigned char* levelTable(const unsigned char* table, int bits) {
 
 std::span<const unsigned char> head(const std::vector<unsigned char>& row, std::uint64_t n) {
   return {row.data(), static_cast<std::size_t>(std::min<std::uint64_t>(n, row.size()))};
+}
+
+// Channel k of 8-bit chunky pixels, four bytes a pixel, into `n` bytes at `out`; bytes past the
+// raw row read 0 (before the flip, which turns v into 255 - v).
+void gatherChannel8(const std::vector<unsigned char>& raw, std::size_t k, std::size_t n,
+                    unsigned char flip, unsigned char* out) {
+  const std::size_t inRow = raw.size() > k ? (raw.size() - k + 3) / 4 : 0;
+  const std::size_t m = std::min(n, inRow);
+  const unsigned char* src = raw.data() + k;
+  for (std::size_t i = 0; i < m; ++i) out[i] = static_cast<unsigned char>(src[4 * i] ^ flip);
+  std::fill(out + m, out + n, flip);
+}
+
+// Reads `rows` rows of one 8-bit ink channel straight into the band. Only the bytes no row
+// covers are cleared, so the band ends as a clear followed by copies would leave it.
+std::uint32_t readChannel8(LXTiffRecT* rec, LXGWorld* band, std::size_t k, std::size_t n,
+                           bool invert, unsigned char clear, std::uint32_t rows) {
+  const std::span<unsigned char> bytes = bandBytes(band);
+  const std::size_t stride = bandRowBytes(band);
+  const unsigned char flip = invert ? 0xFF : 0x00;
+  std::size_t covered = 0;
+  for (std::uint32_t r = 0; r < rows; ++r) {
+    readRawRow(rec);
+    const std::size_t start = std::size_t{r} * stride;
+    if (start < bytes.size()) {
+      const std::size_t end = std::min(start + stride, bytes.size());
+      const std::size_t written = std::min(n, end - start);
+      gatherChannel8(rec->rowBuffer, k, written, flip, bytes.data() + start);
+      std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(start + written),
+                bytes.begin() + static_cast<std::ptrdiff_t>(end), clear);
+      covered = end;
+    }
+    countRow(rec);
+  }
+  std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(covered), bytes.end(), clear);
+  return rows;
 }
 
 }  // namespace
@@ -231,8 +268,10 @@ std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
                                             const unsigned char* table, int channel) {
   if (band == nullptr) return 0;
   const bool rgbSense = table == kRGBSenseTable;
-  clearBand(band, rgbSense);
-  if (rec == nullptr || !rec->stream || channel < 0 || channel > 3) return 0;
+  if (rec == nullptr || !rec->stream || channel < 0 || channel > 3) {
+    clearBand(band, rgbSense);
+    return 0;
+  }
 
   const auto k = static_cast<std::size_t>(channel);
   const unsigned bits = rec->bitsPerSample[k];
@@ -258,9 +297,11 @@ std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
   } else if (bits == 16 && size == 10) {
     conversion = Conversion::kTen16;
   } else {
+    clearBand(band, rgbSense);
     return 0;
   }
   if (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4)) {
+    clearBand(band, rgbSense);
     return 0;
   }
   const std::uint64_t n = std::min(std::uint64_t{rec->sampleRowBytes[k]}, stride * factor);
@@ -268,6 +309,12 @@ std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
   const bool ink = holdsInk(rec);
   const bool invert = !rgbSense && !ink;
   const std::uint32_t rows = rowsThisCall(rec, bandHeight(band));
+  if (conversion == Conversion::kCopy8) {
+    readChannel8(rec, band, k, static_cast<std::size_t>(n), invert, rgbSense ? 0xFF : 0x00, rows);
+    rec->currentRow += rows;
+    return static_cast<std::int32_t>(rows);
+  }
+  clearBand(band, rgbSense);
   std::vector<unsigned char> gathered;
   std::vector<unsigned char> out;
   const auto rawAt = [rec](std::uint64_t i) -> unsigned char {
