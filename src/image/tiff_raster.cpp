@@ -99,31 +99,47 @@ std::uint32_t readChannel8(LXTiffRecT* rec, LXGWorld* band, std::size_t k, std::
 
 }  // namespace
 
+// Reads the stream in chunks and steps back over what the row did not take, so the stream
+// is left where a byte-by-byte read would leave it, without a library call per byte.
 void unpackbits(LXTiffRecT* rec, std::span<unsigned char> dest) {
   if (rec == nullptr || !rec->stream) return;
+  std::FILE* const stream = rec->stream.get();
   std::size_t stored = 0;
   std::int16_t& state = rec->packBitsState;
+  unsigned char chunk[4096];
   while (stored < dest.size()) {
-    const int c = std::fgetc(rec->stream.get());
-    if (c == EOF) break;
-    if (state == 0) {
-      if (c < 128) {
-        state = static_cast<std::int16_t>(-(c + 1));
-      } else if (c > 128) {
-        state = static_cast<std::int16_t>(257 - c);
+    const std::size_t got = std::fread(chunk, 1, sizeof chunk, stream);
+    std::size_t used = 0;
+    while (used < got && stored < dest.size()) {
+      const unsigned char c = chunk[used++];
+      if (state == 0) {
+        if (c < 128) {
+          state = static_cast<std::int16_t>(-(c + 1));
+        } else if (c > 128) {
+          state = static_cast<std::int16_t>(257 - c);
+        }
+      } else if (state < 0) {
+        // The literal bytes at hand, as many as the state and the row allow.
+        const std::size_t n =
+            std::min({static_cast<std::size_t>(-state), got - used + 1, dest.size() - stored});
+        std::copy_n(chunk + used - 1, n, dest.begin() + static_cast<std::ptrdiff_t>(stored));
+        stored += n;
+        used += n - 1;
+        state = static_cast<std::int16_t>(state + static_cast<std::int16_t>(n));
+      } else {
+        // A run never continues into the next row: what the row cannot take is dropped.
+        const std::size_t n =
+            std::min<std::size_t>(static_cast<std::size_t>(state), dest.size() - stored);
+        std::fill_n(dest.begin() + static_cast<std::ptrdiff_t>(stored), n, c);
+        stored += n;
+        state = 0;
       }
-    } else if (state < 0) {
-      dest[stored++] = static_cast<unsigned char>(c);
-      ++state;
-    } else {
-      // A run never continues into the next row: what the row cannot take is dropped.
-      const std::size_t n =
-          std::min<std::size_t>(static_cast<std::size_t>(state), dest.size() - stored);
-      std::fill_n(dest.begin() + static_cast<std::ptrdiff_t>(stored), n,
-                  static_cast<unsigned char>(c));
-      stored += n;
-      state = 0;
     }
+    if (used < got) {
+      std::fseek(stream, -static_cast<long>(got - used), SEEK_CUR);
+      return;
+    }
+    if (got < sizeof chunk) return;  // end of file
   }
 }
 
