@@ -72,13 +72,14 @@ void gatherChannel8(const std::vector<unsigned char>& raw, std::size_t k, std::s
   std::fill(out + m, out + n, flip);
 }
 
-// Reads `rows` rows of one 8-bit ink channel straight into the band. Only the bytes no row
-// covers are cleared, so the band ends as a clear followed by copies would leave it.
-std::uint32_t readChannel8(LXTiffRecT* rec, LXGWorld* band, std::size_t k, std::size_t n,
-                           bool invert, unsigned char clear, std::uint32_t rows) {
+// Reads `rows` rows straight into the band, `convert(raw row, n, out)` writing the first n
+// bytes of each band row. Only the bytes no row covers are cleared, so the band ends as a
+// clear followed by row copies would leave it.
+template <typename Convert>
+void readRowsInto(LXTiffRecT* rec, LXGWorld* band, std::size_t n, unsigned char clear,
+                  std::uint32_t rows, Convert convert) {
   const std::span<unsigned char> bytes = bandBytes(band);
   const std::size_t stride = bandRowBytes(band);
-  const unsigned char flip = invert ? 0xFF : 0x00;
   std::size_t covered = 0;
   for (std::uint32_t r = 0; r < rows; ++r) {
     readRawRow(rec);
@@ -86,7 +87,7 @@ std::uint32_t readChannel8(LXTiffRecT* rec, LXGWorld* band, std::size_t k, std::
     if (start < bytes.size()) {
       const std::size_t end = std::min(start + stride, bytes.size());
       const std::size_t written = std::min(n, end - start);
-      gatherChannel8(rec->rowBuffer, k, written, flip, bytes.data() + start);
+      convert(rec->rowBuffer, written, bytes.data() + start);
       std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(start + written),
                 bytes.begin() + static_cast<std::ptrdiff_t>(end), clear);
       covered = end;
@@ -94,7 +95,6 @@ std::uint32_t readChannel8(LXTiffRecT* rec, LXGWorld* band, std::size_t k, std::
     countRow(rec);
   }
   std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(covered), bytes.end(), clear);
-  return rows;
 }
 
 }  // namespace
@@ -147,8 +147,10 @@ std::int32_t LXTiff_ReadNextRasterBlock(LXTiffRecT* rec, LXGWorld* band,
                                         const unsigned char* table) {
   if (band == nullptr) return 0;
   const bool rgbSense = table == kRGBSenseTable;
-  clearBand(band, rgbSense);
-  if (rec == nullptr || !rec->stream) return 0;
+  if (rec == nullptr || !rec->stream) {
+    clearBand(band, rgbSense);
+    return 0;
+  }
 
   const unsigned bits = rec->bitsPerPixel;
   const unsigned size = bandPixelSize(band);
@@ -170,16 +172,36 @@ std::int32_t LXTiff_ReadNextRasterBlock(LXTiffRecT* rec, LXGWorld* band,
     conversion = Conversion::kTen16;
     n = rec->rowBytes / 2;  // samples
   } else {
+    clearBand(band, rgbSense);
     return 0;
   }
   // The RGB-sense marker is not a table.
   if (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4)) {
+    clearBand(band, rgbSense);
     return 0;
   }
 
   const bool ink = holdsInk(rec);
   const bool invert = !rgbSense && !ink;
   const std::uint32_t rows = rowsThisCall(rec, bandHeight(band));
+  if (conversion == Conversion::kCopy8) {
+    // Bytes past the image width are 0 in either sense.
+    const std::size_t width = rec->width;
+    const unsigned char flip = invert ? 0xFF : 0x00;
+    const auto used = static_cast<std::size_t>(std::min<std::uint64_t>(n, rec->rowBuffer.size()));
+    readRowsInto(rec, band, used, rgbSense ? 0xFF : 0x00, rows,
+                 [width, flip](const std::vector<unsigned char>& raw, std::size_t count,
+                               unsigned char* out) {
+                   const std::size_t inWidth = std::min(count, width);
+                   for (std::size_t i = 0; i < inWidth; ++i) {
+                     out[i] = static_cast<unsigned char>(raw[i] ^ flip);
+                   }
+                   std::fill(out + inWidth, out + count, 0);
+                 });
+    rec->currentRow += rows;
+    return static_cast<std::int32_t>(rows);
+  }
+  clearBand(band, rgbSense);
   std::vector<unsigned char> out;
   for (std::uint32_t r = 0; r < rows; ++r) {
     readRawRow(rec);
@@ -326,7 +348,10 @@ std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
   const bool invert = !rgbSense && !ink;
   const std::uint32_t rows = rowsThisCall(rec, bandHeight(band));
   if (conversion == Conversion::kCopy8) {
-    readChannel8(rec, band, k, static_cast<std::size_t>(n), invert, rgbSense ? 0xFF : 0x00, rows);
+    const unsigned char flip = invert ? 0xFF : 0x00;
+    readRowsInto(rec, band, static_cast<std::size_t>(n), rgbSense ? 0xFF : 0x00, rows,
+                 [k, flip](const std::vector<unsigned char>& raw, std::size_t count,
+                           unsigned char* out) { gatherChannel8(raw, k, count, flip, out); });
     rec->currentRow += rows;
     return static_cast<std::int32_t>(rows);
   }
