@@ -209,9 +209,11 @@ void packBits(const unsigned char*& src, unsigned char*& dst, std::int32_t count
 // end of its block is carried into the next.
 std::int32_t kelm_SeedRowCode(const unsigned char* seed, const unsigned char* row, std::int32_t n,
                               unsigned char* out) {
+  if (n <= 0) return 0;
   SeedRowWriter writer(row, n, out);
   std::int32_t pending = -1;  // start of a run that reached the previous block's end
-  for (std::int32_t base = 0; base < n; base += 64) {
+  // The block start stops short of n, so it never passes the largest row length.
+  for (std::int32_t base = 0; base<n; base = n - base> 64 ? base + 64 : n) {
     std::uint64_t bits = differenceBits(seed, row, base, n);
     if (pending >= 0) {
       const int ones = std::countr_one(bits);
