@@ -7,6 +7,7 @@
 
 namespace {
 
+using lximage::bandBytes;
 using lximage::bandHeight;
 using lximage::bandPixelSize;
 using lximage::bandRowBytes;
@@ -60,33 +61,85 @@ std::span<const unsigned char> head(const std::vector<unsigned char>& row, std::
   return {row.data(), static_cast<std::size_t>(std::min<std::uint64_t>(n, row.size()))};
 }
 
+// Channel k of 8-bit chunky pixels, four bytes a pixel, into `n` bytes at `out`; bytes past the
+// raw row read 0 (before the flip, which turns v into 255 - v).
+void gatherChannel8(const std::vector<unsigned char>& raw, std::size_t k, std::size_t n,
+                    unsigned char flip, unsigned char* out) {
+  const std::size_t inRow = raw.size() > k ? (raw.size() - k + 3) / 4 : 0;
+  const std::size_t m = std::min(n, inRow);
+  const unsigned char* src = raw.data() + k;
+  for (std::size_t i = 0; i < m; ++i) out[i] = static_cast<unsigned char>(src[4 * i] ^ flip);
+  std::fill(out + m, out + n, flip);
+}
+
+// Reads `rows` rows straight into the band, `convert(raw row, n, out)` writing the first n
+// bytes of each band row. Only the bytes no row covers are cleared, so the band ends as a
+// clear followed by row copies would leave it.
+template <typename Convert>
+void readRowsInto(LXTiffRecT* rec, LXGWorld* band, std::size_t n, unsigned char clear,
+                  std::uint32_t rows, Convert convert) {
+  const std::span<unsigned char> bytes = bandBytes(band);
+  const std::size_t stride = bandRowBytes(band);
+  std::size_t covered = 0;
+  for (std::uint32_t r = 0; r < rows; ++r) {
+    readRawRow(rec);
+    const std::size_t start = std::size_t{r} * stride;
+    if (start < bytes.size()) {
+      const std::size_t end = std::min(start + stride, bytes.size());
+      const std::size_t written = std::min(n, end - start);
+      convert(rec->rowBuffer, written, bytes.data() + start);
+      std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(start + written),
+                bytes.begin() + static_cast<std::ptrdiff_t>(end), clear);
+      covered = end;
+    }
+    countRow(rec);
+  }
+  std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(covered), bytes.end(), clear);
+}
+
 }  // namespace
 
+// Reads the stream in chunks and steps back over what the row did not take, so the stream
+// is left where a byte-by-byte read would leave it, without a library call per byte.
 void unpackbits(LXTiffRecT* rec, std::span<unsigned char> dest) {
   if (rec == nullptr || !rec->stream) return;
+  std::FILE* const stream = rec->stream.get();
   std::size_t stored = 0;
   std::int16_t& state = rec->packBitsState;
+  unsigned char chunk[4096];
   while (stored < dest.size()) {
-    const int c = std::fgetc(rec->stream.get());
-    if (c == EOF) break;
-    if (state == 0) {
-      if (c < 128) {
-        state = static_cast<std::int16_t>(-(c + 1));
-      } else if (c > 128) {
-        state = static_cast<std::int16_t>(257 - c);
+    const std::size_t got = std::fread(chunk, 1, sizeof chunk, stream);
+    std::size_t used = 0;
+    while (used < got && stored < dest.size()) {
+      const unsigned char c = chunk[used++];
+      if (state == 0) {
+        if (c < 128) {
+          state = static_cast<std::int16_t>(-(c + 1));
+        } else if (c > 128) {
+          state = static_cast<std::int16_t>(257 - c);
+        }
+      } else if (state < 0) {
+        // The literal bytes at hand, as many as the state and the row allow.
+        const std::size_t n =
+            std::min({static_cast<std::size_t>(-state), got - used + 1, dest.size() - stored});
+        std::copy_n(chunk + used - 1, n, dest.begin() + static_cast<std::ptrdiff_t>(stored));
+        stored += n;
+        used += n - 1;
+        state = static_cast<std::int16_t>(state + static_cast<std::int16_t>(n));
+      } else {
+        // A run never continues into the next row: what the row cannot take is dropped.
+        const std::size_t n =
+            std::min<std::size_t>(static_cast<std::size_t>(state), dest.size() - stored);
+        std::fill_n(dest.begin() + static_cast<std::ptrdiff_t>(stored), n, c);
+        stored += n;
+        state = 0;
       }
-    } else if (state < 0) {
-      dest[stored++] = static_cast<unsigned char>(c);
-      ++state;
-    } else {
-      // A run never continues into the next row: what the row cannot take is dropped.
-      const std::size_t n =
-          std::min<std::size_t>(static_cast<std::size_t>(state), dest.size() - stored);
-      std::fill_n(dest.begin() + static_cast<std::ptrdiff_t>(stored), n,
-                  static_cast<unsigned char>(c));
-      stored += n;
-      state = 0;
     }
+    if (used < got) {
+      std::fseek(stream, -static_cast<long>(got - used), SEEK_CUR);
+      return;
+    }
+    if (got < sizeof chunk) return;  // end of file
   }
 }
 
@@ -94,8 +147,10 @@ std::int32_t LXTiff_ReadNextRasterBlock(LXTiffRecT* rec, LXGWorld* band,
                                         const unsigned char* table) {
   if (band == nullptr) return 0;
   const bool rgbSense = table == kRGBSenseTable;
-  clearBand(band, rgbSense);
-  if (rec == nullptr || !rec->stream) return 0;
+  if (rec == nullptr || !rec->stream) {
+    clearBand(band, rgbSense);
+    return 0;
+  }
 
   const unsigned bits = rec->bitsPerPixel;
   const unsigned size = bandPixelSize(band);
@@ -117,16 +172,36 @@ std::int32_t LXTiff_ReadNextRasterBlock(LXTiffRecT* rec, LXGWorld* band,
     conversion = Conversion::kTen16;
     n = rec->rowBytes / 2;  // samples
   } else {
+    clearBand(band, rgbSense);
     return 0;
   }
   // The RGB-sense marker is not a table.
   if (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4)) {
+    clearBand(band, rgbSense);
     return 0;
   }
 
   const bool ink = holdsInk(rec);
   const bool invert = !rgbSense && !ink;
   const std::uint32_t rows = rowsThisCall(rec, bandHeight(band));
+  if (conversion == Conversion::kCopy8) {
+    // Bytes past the image width are 0 in either sense.
+    const std::size_t width = rec->width;
+    const unsigned char flip = invert ? 0xFF : 0x00;
+    const auto used = static_cast<std::size_t>(std::min<std::uint64_t>(n, rec->rowBuffer.size()));
+    readRowsInto(rec, band, used, rgbSense ? 0xFF : 0x00, rows,
+                 [width, flip](const std::vector<unsigned char>& raw, std::size_t count,
+                               unsigned char* out) {
+                   const std::size_t inWidth = std::min(count, width);
+                   for (std::size_t i = 0; i < inWidth; ++i) {
+                     out[i] = static_cast<unsigned char>(raw[i] ^ flip);
+                   }
+                   std::fill(out + inWidth, out + count, 0);
+                 });
+    rec->currentRow += rows;
+    return static_cast<std::int32_t>(rows);
+  }
+  clearBand(band, rgbSense);
   std::vector<unsigned char> out;
   for (std::uint32_t r = 0; r < rows; ++r) {
     readRawRow(rec);
@@ -231,8 +306,10 @@ std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
                                             const unsigned char* table, int channel) {
   if (band == nullptr) return 0;
   const bool rgbSense = table == kRGBSenseTable;
-  clearBand(band, rgbSense);
-  if (rec == nullptr || !rec->stream || channel < 0 || channel > 3) return 0;
+  if (rec == nullptr || !rec->stream || channel < 0 || channel > 3) {
+    clearBand(band, rgbSense);
+    return 0;
+  }
 
   const auto k = static_cast<std::size_t>(channel);
   const unsigned bits = rec->bitsPerSample[k];
@@ -258,9 +335,11 @@ std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
   } else if (bits == 16 && size == 10) {
     conversion = Conversion::kTen16;
   } else {
+    clearBand(band, rgbSense);
     return 0;
   }
   if (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4)) {
+    clearBand(band, rgbSense);
     return 0;
   }
   const std::uint64_t n = std::min(std::uint64_t{rec->sampleRowBytes[k]}, stride * factor);
@@ -268,6 +347,15 @@ std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
   const bool ink = holdsInk(rec);
   const bool invert = !rgbSense && !ink;
   const std::uint32_t rows = rowsThisCall(rec, bandHeight(band));
+  if (conversion == Conversion::kCopy8) {
+    const unsigned char flip = invert ? 0xFF : 0x00;
+    readRowsInto(rec, band, static_cast<std::size_t>(n), rgbSense ? 0xFF : 0x00, rows,
+                 [k, flip](const std::vector<unsigned char>& raw, std::size_t count,
+                           unsigned char* out) { gatherChannel8(raw, k, count, flip, out); });
+    rec->currentRow += rows;
+    return static_cast<std::int32_t>(rows);
+  }
+  clearBand(band, rgbSense);
   std::vector<unsigned char> gathered;
   std::vector<unsigned char> out;
   const auto rawAt = [rec](std::uint64_t i) -> unsigned char {

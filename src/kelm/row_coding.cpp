@@ -85,22 +85,69 @@ unsigned char* copyBytes(unsigned char* out, const unsigned char* outLimit,
   return out + n;
 }
 
-std::int32_t firstDifference(const unsigned char* seed, const unsigned char* row, std::int32_t at,
-                             std::int32_t n) {
-  while (n - at >= 8 && load8(seed + at) == load8(row + at)) at += 8;
-  while (at < n && seed[at] == row[at]) ++at;
-  return at;
+// The top bit of every byte of `v` that is not zero, and no other bit.
+std::uint64_t nonZeroBytes(std::uint64_t v) {
+  return (((v & kLowBits) + kLowBits) | v) & kHighBits;
 }
 
-std::int32_t firstEqual(const unsigned char* seed, const unsigned char* row, std::int32_t at,
-                        std::int32_t n) {
-  for (; n - at >= 8; at += 8) {
-    const std::uint64_t equal = zeroBytes(load8(seed + at) ^ load8(row + at));
-    if (equal != 0) return at + (std::countr_zero(equal) >> 3);
+// Bit i set when the row differs from its seed at byte i, for the up to 64 bytes from `at`.
+std::uint64_t differenceBits(const unsigned char* seed, const unsigned char* row, std::int32_t at,
+                             std::int32_t n) {
+  std::uint64_t bits = 0;
+  if (n - at >= 64) {
+    for (int k = 0; k < 64; k += 8) {
+      const std::uint64_t x = load8(seed + at + k) ^ load8(row + at + k);
+      bits |= (((nonZeroBytes(x) >> 7) * kGather) >> 56) << k;
+    }
+  } else {
+    for (std::int32_t i = 0; at + i < n; ++i) {
+      if (seed[at + i] != row[at + i]) bits |= std::uint64_t{1} << i;
+    }
   }
-  while (at < n && seed[at] != row[at]) ++at;
-  return at;
+  return bits;
 }
+
+// Writes the delta-row commands for one run of changed bytes.
+class SeedRowWriter {
+ public:
+  SeedRowWriter(const unsigned char* row, std::int32_t n, unsigned char* out)
+      : row_(row), n_(n), out_(out) {}
+  // False when the code would reach the row's length.
+  bool run(std::int32_t at, std::int32_t end) {
+    const std::int32_t offset = at - replaced_;
+    const std::int32_t count = end - at;
+    const std::int32_t extra = offset >= 31 ? (offset - 31) / 255 + 1 : 0;
+    if (length_ + count + (count + 7) / 8 + extra >= n_) return false;
+    replaced_ = end;
+    command(at, std::min<std::int32_t>(8, count), offset);
+    for (at += 8; at < end; at += 8) command(at, std::min<std::int32_t>(8, end - at), 0);
+    return true;
+  }
+  std::int32_t length() const { return length_; }
+
+ private:
+  void command(std::int32_t at, std::int32_t count, std::int32_t offset) {
+    out_[length_++] =
+        static_cast<unsigned char>(((count - 1) << 5) | std::min<std::int32_t>(offset, 31));
+    if (offset >= 31) {
+      std::int32_t rest = offset - 31;
+      for (; rest >= 255; rest -= 255) out_[length_++] = 255;
+      out_[length_++] = static_cast<unsigned char>(rest);
+    }
+    // Eight bytes at once where both sides have room; only `count` of them are kept.
+    if (n_ - length_ >= 8 && n_ - at >= 8) {
+      std::memcpy(out_ + length_, row_ + at, 8);
+    } else {
+      std::memcpy(out_ + length_, row_ + at, static_cast<std::size_t>(count));
+    }
+    length_ += count;
+  }
+  const unsigned char* row_;
+  std::int32_t n_;
+  unsigned char* out_;
+  std::int32_t length_ = 0;
+  std::int32_t replaced_ = 0;  // end of the previous replacement
+};
 
 }  // namespace
 
@@ -158,34 +205,36 @@ void packBits(const unsigned char*& src, unsigned char*& dst, std::int32_t count
   dst = out;
 }
 
+// Runs of changed bytes are found 64 bytes at a time from a bit mask; a run that reaches the
+// end of its block is carried into the next.
 std::int32_t kelm_SeedRowCode(const unsigned char* seed, const unsigned char* row, std::int32_t n,
                               unsigned char* out) {
-  std::int32_t length = 0;
-  std::int32_t replaced = 0;  // end of the previous replacement
-  std::int32_t at = firstDifference(seed, row, 0, n);
-  while (at < n) {
-    const std::int32_t runEnd = firstEqual(seed, row, at + 1, n);
-    std::int32_t offset = at - replaced;
-    while (at < runEnd) {
-      const std::int32_t count = std::min<std::int32_t>(8, runEnd - at);
-      const std::int32_t more = offset >= 31 ? (offset - 31) / 255 + 1 : 0;
-      if (length + 1 + more + count >= n) return -1;
-      out[length++] =
-          static_cast<unsigned char>(((count - 1) << 5) | std::min<std::int32_t>(offset, 31));
-      if (offset >= 31) {
-        std::int32_t rest = offset - 31;
-        for (; rest >= 255; rest -= 255) out[length++] = 255;
-        out[length++] = static_cast<unsigned char>(rest);
-      }
-      std::memcpy(out + length, row + at, static_cast<std::size_t>(count));
-      length += count;
-      at += count;
-      offset = 0;
+  if (n <= 0) return 0;
+  SeedRowWriter writer(row, n, out);
+  std::int32_t pending = -1;  // start of a run that reached the previous block's end
+  // The block start stops short of n, so it never passes the largest row length.
+  for (std::int32_t base = 0; base<n; base = n - base> 64 ? base + 64 : n) {
+    std::uint64_t bits = differenceBits(seed, row, base, n);
+    if (pending >= 0) {
+      const int ones = std::countr_one(bits);
+      if (ones == 64) continue;
+      if (!writer.run(pending, base + ones)) return -1;
+      pending = -1;
+      bits &= ~std::uint64_t{0} << ones;
     }
-    replaced = runEnd;
-    at = firstDifference(seed, row, runEnd, n);
+    while (bits != 0) {
+      const int start = std::countr_zero(bits);
+      const int ones = std::countr_one(bits >> start);
+      if (start + ones == 64) {
+        pending = base + start;
+        break;
+      }
+      if (!writer.run(base + start, base + start + ones)) return -1;
+      bits &= ~std::uint64_t{0} << (start + ones);
+    }
   }
-  return length;
+  if (pending >= 0 && !writer.run(pending, n)) return -1;
+  return writer.length();
 }
 
 std::int32_t kelm_TrimmedLength(const unsigned char* row, std::int32_t n, unsigned char blank) {

@@ -216,6 +216,9 @@ const DecodeCase kCases[] = {
     {"Cmyk8YellowTo2_MM", true, 8, 4, 5, kNone, 13, Reader::kCMYK, 2, 2},
     {"Cmyk16MagentaTo10_MM_PackBits", true, 16, 4, 5, kPackBits, 13, Reader::kCMYK, 10, 1},
     {"Cmyk16BlackTo10_II", false, 16, 4, 5, kNone, 7, Reader::kCMYK, 10, 3},
+    // Coded rows longer than the decoder's read-ahead.
+    {"Cmyk8CyanTo8_MM_PackBitsWide", true, 8, 4, 5, kPackBits, 1500, Reader::kCMYK, 8, 0},
+    {"Gray8WhiteIsZero_II_PackBitsWide", false, 8, 1, 0, kPackBits, 5000, Reader::kGray, 8},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, TiffDecode, testing::ValuesIn(kCases),

@@ -268,3 +268,56 @@ TEST(TiffCmyk, ChannelsOfShortRowsAndOneBitInk) {
 }
 
 }  // namespace
+
+TEST(TiffBands, EightBitReadsLeaveNoStaleBandBytes) {
+  // Five rows of three pixels into a band of four rows whose stride has a byte past the width;
+  // the band starts dirty before every call, and the second call reads the one row left.
+  Bytes pixels(60);
+  for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<std::uint8_t>(i * 7);
+  struct Case {
+    bool cmyk;
+    std::uint32_t photometric;
+    const unsigned char* table;
+    std::uint8_t clear;
+    std::uint8_t flip;
+  };
+  for (const Case& c :
+       {Case{true, 5, nullptr, 0x00, 0x00}, Case{true, 1, nullptr, 0x00, 0xFF},
+        Case{true, 1, kRGBSenseTable, 0xFF, 0x00}, Case{false, 1, nullptr, 0x00, 0xFF},
+        Case{false, 0, nullptr, 0x00, 0x00}, Case{false, 1, kRGBSenseTable, 0xFF, 0x00}}) {
+    SCOPED_TRACE(testing::Message() << c.cmyk << " " << c.photometric << " " << int{c.clear});
+    const std::size_t samples = c.cmyk ? 4 : 1;
+    imagetest::Gray file{.width = 3,
+                         .height = 5,
+                         .set = {{kPhotometric, kShort, 1, c.photometric}},
+                         .pixels = Bytes(pixels.begin(), pixels.begin() + 15 * samples)};
+    if (c.cmyk) {
+      file.set.push_back({kBits, kShort, 4, 68});
+      file.extra = {8, 0, 8, 0, 8, 0, 8, 0};
+    }
+    TiffFile tif(grayFile(file));
+    auto band = imagetest::makeBand(8, 3, 4);
+    ASSERT_EQ(band->rowBytes, 4u);
+    const auto read = [&] {
+      std::fill(band->pixels.begin(), band->pixels.end(), 0xAB);
+      return c.cmyk ? LXTiff_ReadNextRasterBlockCMYK(tif.get(), band.get(), c.table, 1)
+                    : LXTiff_ReadNextRasterBlock(tif.get(), band.get(), c.table);
+    };
+    const auto expect = [&](int firstRow, int rows) {
+      Bytes want(16, c.clear);
+      for (int r = 0; r < rows; ++r) {
+        for (int x = 0; x < 3; ++x) {
+          const std::size_t pixel = static_cast<std::size_t>((firstRow + r) * 3 + x);
+          want[r * 4 + x] = pixels[pixel * samples + (c.cmyk ? 1 : 0)] ^ c.flip;
+        }
+      }
+      EXPECT_EQ(imagetest::bandContent(*band), want);
+    };
+    EXPECT_EQ(read(), 4);
+    expect(0, 4);
+    EXPECT_EQ(read(), 1);
+    expect(4, 1);
+    EXPECT_EQ(read(), 0);
+    expect(0, 0);
+  }
+}

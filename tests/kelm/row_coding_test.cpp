@@ -158,3 +158,77 @@ TEST(SeedRowCode, CodesChangedBytesAgainstTheSeed) {
 }
 
 }  // namespace
+
+namespace {
+
+// Delta-row commands written byte by byte; empty with `abandoned` set when the code would
+// reach the row's length.
+Bytes referenceSeedRow(const Bytes& seed, const Bytes& row, bool* abandoned) {
+  Bytes out;
+  std::size_t replaced = 0, at = 0;
+  const std::size_t n = row.size();
+  *abandoned = false;
+  while (at < n) {
+    if (seed[at] == row[at]) {
+      ++at;
+      continue;
+    }
+    std::size_t end = at;
+    while (end < n && seed[end] != row[end]) ++end;
+    std::size_t offset = at - replaced;
+    for (; at < end; at += 8, offset = 0) {
+      const std::size_t count = std::min<std::size_t>(8, end - at);
+      out.push_back(
+          static_cast<std::uint8_t>((count - 1) << 5 | std::min<std::size_t>(offset, 31)));
+      if (offset >= 31) {
+        std::size_t rest = offset - 31;
+        for (; rest >= 255; rest -= 255) out.push_back(255);
+        out.push_back(static_cast<std::uint8_t>(rest));
+      }
+      out.insert(out.end(), row.begin() + at, row.begin() + at + count);
+    }
+    at = replaced = end;
+  }
+  if (out.size() >= n && n > 0) {
+    *abandoned = true;
+    out.clear();
+  }
+  return out;
+}
+
+TEST(SeedRowCode, FollowsTheCommandsOnRandomRows) {
+  // Changes in stretches of every length, so runs start, end and pass at every position of
+  // the coder's 64-byte blocks, gaps reach the offset continuation, and codes land on both
+  // sides of the row's length.
+  std::mt19937 rng(7031);
+  int abandonedCount = 0;
+  for (int trial = 0; trial < 4000; ++trial) {
+    const std::size_t n = 1 + rng() % 700;
+    Bytes seed(n), row(n);
+    for (auto& b : seed) b = static_cast<std::uint8_t>(rng());
+    row = seed;
+    const std::uint32_t density = rng() % 10;
+    for (std::size_t i = 0; i < n;) {
+      const std::size_t stretch = 1 + (rng() % 3 == 0 ? rng() % 400 : rng() % 12);
+      const bool change = rng() % 10 < density;
+      for (std::size_t k = i; k < std::min(n, i + stretch); ++k) {
+        if (change) row[k] = static_cast<std::uint8_t>(seed[k] + 1 + rng() % 255);
+      }
+      i += stretch;
+    }
+    bool abandoned = false;
+    const Bytes want = referenceSeedRow(seed, row, &abandoned);
+    Bytes out(n);
+    const std::int32_t length =
+        kelm_SeedRowCode(seed.data(), row.data(), static_cast<std::int32_t>(n), out.data());
+    ASSERT_EQ(length < 0, abandoned) << "trial " << trial;
+    abandonedCount += abandoned;
+    if (abandoned) continue;
+    out.resize(static_cast<std::size_t>(length));
+    ASSERT_EQ(out, want) << "trial " << trial;
+  }
+  EXPECT_GT(abandonedCount, 100);
+  EXPECT_LT(abandonedCount, 3900);
+}
+
+}  // namespace
