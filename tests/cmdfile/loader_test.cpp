@@ -144,7 +144,7 @@ TEST(CmdFileLoader, KeysAndItemsAreTakenByTheirLeadingPart) {
                             "12\n"
                             "Param10\n"
                             "Param2\n"
-                            "Param10.N=\"ten\"\n"
+                            "Param10.N=\"t\"en\"\n"    // up to the last quote
                             "Param1.D=NumberOfDots\n"  // finds Param10
                             "Param1.S=4\n"
                             "Param1.V=0x00ff , wide\n"
@@ -159,7 +159,7 @@ TEST(CmdFileLoader, KeysAndItemsAreTakenByTheirLeadingPart) {
   EXPECT_EQ(s.paramCount, 2u);
   EXPECT_EQ(s.packetLines, (std::vector<std::string>{"12", "Param10", "Param2"}));
   ASSERT_EQ(s.parameters.size(), 2u);
-  EXPECT_EQ(s.parameters[0].displayName, "ten");
+  EXPECT_EQ(s.parameters[0].displayName, "t\"en");
   EXPECT_EQ(s.parameters[0].dataType, kCmdTypeNumber);
   EXPECT_EQ(s.parameters[1].dataType, kCmdTypeString);
   EXPECT_STREQ(searchDatafromSymbol(searchCuurentParamValue(s.parameters, "Param10"), "wide"),

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -112,38 +113,31 @@ const char* const kCommands =
     "Param1.DataType=String\n"
     "Param1.Size=S\n";
 
-class CommandPackets : public testing::Test {
- protected:
-  void SetUp() override {
-    testsupport::writeFile(dir_ / "zelpgencmd.inf", kCommands);
-    set_ = getCmdFileInfo((dir_ / "zelpgencmd.inf").c_str());
-    ASSERT_NE(set_, nullptr);
-    ASSERT_EQ(set_->errors, std::vector<std::string>{});
-    p_.commandDefinitions = set_.get();
-  }
-  // A [ZELP] line naming a command, as the configuration reader passes it on.
-  void use(const std::string& key, const std::string& value, int lineNumber) {
-    ASSERT_EQ(isExistMatchCommand(set_.get(), key.c_str()), 1) << key;
-    feed(parseZELPParameterCmd, p_, {{key, value}}, lineNumber);
-  }
-
-  testsupport::TempDir dir_;
-  CmdFileInfoPtr set_;
-  parameter p_;
-};
-
-// A packet is listed at its first parameter and waits there for the others.
-TEST_F(CommandPackets, PacketWaitsForItsRemainingParameters) {
-  use("SetThing", "7", 15);
-  ASSERT_NE(p_.rawPacketList, nullptr);
-  EXPECT_EQ(p_.rawPacketList->operation, 6u);
-  EXPECT_EQ(p_.rawPacketList->lineNumber, 15);
-  EXPECT_EQ(bytesOf(*p_.rawPacketList),
-            kSimpleHeader + Bytes({0, 0, 0, 0, 0x00, 0x10, 0x00, 0x07, 0x00, 0xAA}));
-  EXPECT_EQ(p_.rawPacketList->next, nullptr);
+// The packet list a [ZELP] line naming a command of kCommands gives, as the reader passes it on.
+std::unique_ptr<rawPacket> commandPackets(const std::string& key, const std::string& value) {
+  testsupport::TempDir dir;
+  testsupport::writeFile(dir / "zelpgencmd.inf", kCommands);
+  CmdFileInfoPtr set = getCmdFileInfo((dir / "zelpgencmd.inf").c_str());
+  EXPECT_EQ(set->errors, std::vector<std::string>{});
+  EXPECT_EQ(isExistMatchCommand(set.get(), key.c_str()), 1) << key;
+  parameter p;
+  p.commandDefinitions = set.get();
+  feed(parseZELPParameterCmd, p, {{key, value}}, 15);
+  return std::move(p.rawPacketList);
 }
 
-TEST_F(CommandPackets, StringLengthByte) {
+// A packet is listed at its first parameter and waits there for the others.
+TEST(CommandPackets, PacketWaitsForItsRemainingParameters) {
+  const auto list = commandPackets("SetThing", "7");
+  ASSERT_NE(list, nullptr);
+  EXPECT_EQ(list->operation, 6u);
+  EXPECT_EQ(list->lineNumber, 15);
+  EXPECT_EQ(bytesOf(*list),
+            kSimpleHeader + Bytes({0, 0, 0, 0, 0x00, 0x10, 0x00, 0x07, 0x00, 0xAA}));
+  EXPECT_EQ(list->next, nullptr);
+}
+
+TEST(CommandPackets, StringLengthByte) {
   const std::vector<std::pair<std::string, Bytes>> cases = {
       {"\"\"", {0x00}},
       {"\"a#b\"", {0x03, 'a', '#', 'b'}},
@@ -151,16 +145,15 @@ TEST_F(CommandPackets, StringLengthByte) {
       {"\"" + std::string(300, 'q') + "\"", Bytes({0x12}) + Bytes(300, 'q')},
   };
   for (const auto& [value, bytes] : cases) {
-    p_.rawPacketList.reset();
-    use("Tag", value, 1);
-    ASSERT_NE(p_.rawPacketList, nullptr);
-    EXPECT_EQ(bytesOf(*p_.rawPacketList), kSimpleHeader + Bytes({0x07}) + bytes) << value;
+    const auto list = commandPackets("Tag", value);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(bytesOf(*list), kSimpleHeader + Bytes({0x07}) + bytes) << value;
   }
 }
 
-TEST_F(CommandPackets, UnknownSymbolOrQuotedNumberEndsTheProcess) {
-  EXPECT_EXIT_WITH_STDOUT(use("SetThing", "mode_slow", 1), "");
-  EXPECT_EXIT_WITH_STDOUT(use("SetThing", "\"3\"", 1), "");
+TEST(CommandPackets, UnknownSymbolOrQuotedNumberEndsTheProcess) {
+  EXPECT_EXIT_WITH_STDOUT(commandPackets("SetThing", "mode_slow"), "");
+  EXPECT_EXIT_WITH_STDOUT(commandPackets("SetThing", "\"3\""), "");
 }
 
 }  // namespace

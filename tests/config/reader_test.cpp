@@ -92,8 +92,8 @@ TEST(Reader, AcceptedLayouts) {
          EXPECT_STREQ(p.jobOwner, "b");
        }},
       {"stray line\nKey=1\n# lead\n  # indented\n/* block\nBogus\n*/ rest ignored\n"
-       "[ZELP]  \nJobName=\"x\" # note\n[ZELP] # same section: ignored\n" +
-           longLine + "JobOwner=\"y\"\n" + kTail,
+       "[ZELP] \t\nJobName=\"x\" # note\n[ZELP] # same section: ignored\n" +
+           longLine + "\t JobOwner=\"y\"\t\n" + kTail,
        [](const parameter& p, const std::string&) {
          EXPECT_STREQ(p.jobName, "x");
          EXPECT_STREQ(p.jobOwner, "y");
@@ -153,15 +153,6 @@ TEST(Reader, EachConfigurationStartsAfresh) {
   EXPECT_JOB_FAILS("[ZELP]\nPlex=1\n" + kTail, "");
   EXPECT_EQ(readJob(dir, kTail)->jobImpressions, 1);
   EXPECT_JOB_FAILS("", "[Global]\n[ZELP]\n");
-}
-
-TEST(Reader, ImageSectionAfterRawPacketsIsNotRead) {
-  TempDir dir;
-  auto p = readJob(dir, kTail + "[Image]\nImageFileK=\"k.bmp\"\nStartingPositionX=5\n" +
-                            "[ZELP_Raw]\n[Image]\nAnything=at all\n");
-  ASSERT_NE(p->imageParameterList->next, nullptr);
-  EXPECT_EQ(p->imageParameterList->next->next, nullptr);
-  EXPECT_EQ(p->imageParameterList->next->startingPositionX, 5);
 }
 
 }  // namespace

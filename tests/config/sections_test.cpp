@@ -86,20 +86,6 @@ TEST(KELMSection, ChecksAtTheFirstImage) {
       kKELM + "NewPJL=unquoted\n",
       kKELM + "PaperName=\"a\"\nPaperName=\"b\"\n"};
   for (const std::string& kelm : cases) EXPECT_JOB_FAILS(kelm + kImage, "");
-
-  // A custom paper needs its sizes instead of an orientation; margins may be negative.
-  TempDir dir;
-  auto p = readJob(dir, replace(replace(kKELM, "MarginTop=0", "MarginTop=-5"), orient,
-                                "PaperName=\"CUSTOM\"\nPaperSizeInDeciMilliMeterH=2100\n"
-                                "PaperSizeInDeciMilliMeterV=2970\nNewPJL=\"@PJL A\"\n"
-                                "NewPJL=\"@PJL B\"\n") +
-                            kImage);
-  EXPECT_EQ(p->paperSizeV, 2970);
-  EXPECT_EQ(p->marginTop, -5);
-  ASSERT_NE(p->newPJLList, nullptr);
-  EXPECT_STREQ(p->newPJLList->text, "@PJL A");
-  EXPECT_STREQ(p->newPJLList->next->text, "@PJL B");
-  EXPECT_EQ(p->newPJLLast, p->newPJLList->next.get());
 }
 
 TEST(ImageSection, ChecksOfTheEntry) {

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstring>
+#include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "image/reduction.h"
@@ -83,27 +86,19 @@ TEST(ValueKinds, RepeatedKey) {
   EXPECT_EQ(field, 1);
 }
 
+// Signs are kept apart from the value (see the full record); anything but one sign and digits
+// ends the process, as does a second value.
 TEST(ValueKinds, SignedPositions) {
-  struct Case {
-    const char* value;
-    int stored;
-    int sign;
-  };
-  for (const Case& c : {Case{"+12", 12, 1}, Case{"-7", -7, -1}, Case{"5", 5, 0}}) {
-    int field = -1, sign = 9;
-    EXPECT_EQ(parseStartingPosition("K", "K", c.value, &field, &sign, nullptr), 1);
-    EXPECT_EQ(field, c.stored);
-    EXPECT_EQ(sign, c.sign);
-  }
   for (const char* bad : {"1-2", "x", "+ 1", ""}) {
     int field = -1, sign = 0;
     EXPECT_EXIT_WITH_STDOUT(parseYOffset("K", "K", bad, &field, &sign, nullptr), "");
   }
   int field = 3, sign = 0;
-  EXPECT_EXIT_WITH_STDOUT(parseYOffset("K", "K", "4", &field, &sign, nullptr), "");
+  EXPECT_EXIT_WITH_STDOUT(parseStartingPosition("K", "K", "4", &field, &sign, nullptr), "");
 }
 
 TEST(ValueKinds, IndexLevels) {
+  for (int levels : {3, 4, 5, 6, 16}) EXPECT_EQ(reductionTable(levels)[255], levels - 1) << levels;
   const unsigned char* const earlier = reductionTable(3);
   const std::vector<std::pair<const char*, const unsigned char*>> accepted = {
       {"4", reductionTable(4)}, {"16", reductionTable(16)}, {"0", earlier}, {"abc", earlier}};
@@ -122,8 +117,6 @@ TEST(ValueKinds, UUIDs) {
   unsigned char bytes[16];
   ASSERT_EQ(processUUID("00112233-4455-6677-8899-aabbccddeeff", bytes), 0);
   for (int i = 0; i < 16; ++i) EXPECT_EQ(bytes[i], i * 0x11);
-  ASSERT_EQ(processUUID("AABBCCDD-EEFF-0011-2233-445566778899", bytes), 0);
-  EXPECT_EQ(bytes[0], 0xAA);
   for (const char* bad :
        {"00112233445566778899aabbccddeeff", "0011223-34455-6677-8899-aabbccddeeff",
         "00112233-4455-6677-8899-aabbccddeef", "00112233-4455-6677-8899-aabbccddeefg",
@@ -185,6 +178,28 @@ TEST(ValueKinds, Unquoting) {
   char small[4];
   EXPECT_EQ(processQuotaions("\"abcdef\"", small, sizeof small), 0);
   EXPECT_STREQ(small, "abc");
+}
+
+// A required key counts from the section's header line on, and only with an allowed number.
+TEST(SectionChecks, KeyPresenceFromHeader) {
+  // [KELM] at 1, A=5 at 2, [Image] at 3, A=-1 at 4, B (no number stored) at 5.
+  std::unique_ptr<cfgLine> head;
+  cfgLine* last = nullptr;
+  for (auto [n, key, num] :
+       {std::tuple{1, "[KELM]", 0}, std::tuple{2, "A", 5}, std::tuple{3, "[Image]", 0},
+        std::tuple{4, "A", -1}, std::tuple{5, "B", 0}}) {
+    std::unique_ptr<cfgLine>& slot = last == nullptr ? head : last->next;
+    slot = std::make_unique<cfgLine>();
+    last = slot.get();
+    last->lineNumber = n;
+    std::strcpy(last->key, key);
+    last->numericValue = num;
+  }
+  EXPECT_EQ(checkParameterInteger("A", -1, head.get(), 1), 0);
+  EXPECT_EQ(checkParameterInteger("B", -1, head.get(), 3), 0);
+  EXPECT_EXIT_WITH_STDOUT(checkParameterInteger("A", -1, head.get(), 3), "");
+  EXPECT_EXIT_WITH_STDOUT(checkParameterInteger("A", 5, head.get(), 1), "");
+  EXPECT_EXIT_WITH_STDOUT(checkParameterInteger("C", -1, head.get(), 1), "");
 }
 
 }  // namespace

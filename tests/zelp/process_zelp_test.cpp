@@ -33,22 +33,6 @@ class ProcessZelp : public ZelpJob {
 
 // Wide values are cut to the bytes their packets carry. (Every attribute in its place is shown by
 // the print file tests.)
-TEST_F(ProcessZelp, Version1RecordNarrowed) {
-  record_.trayUnitID = 11;
-  record_.medium = 0x105;
-  record_.mediumTypeEx = 0x12345;
-  record_.quality = 0x203;
-  record_.pageInkDryingTime = 0x1FF;
-  record_.jobCopies = 5;  // a version 2 attribute
-  const std::vector<Bytes> start = emptyStartV1();
-  const Bytes expected =
-      join({start[0], setJob(2004, {0, 2}), start[1], start[2], start[3],
-            setDocument(2158, {1, 0x0B, 0, 0}),
-            setDocument(2029, {5, 0xFE, 0xFF, 0xFE, 0, 0, 0, 0, 0, 0, 0, 0, 3}),
-            setDocument(2214, {1, 0x23, 0x45}), setDocument(2042, {3}), setValue(1, 0xFF), end()});
-  EXPECT_EQ(testsupport::hex(run()), testsupport::hex(expected));
-}
-
 TEST_F(ProcessZelp, Version2RecordNarrowed) {
   record_.version = 2;
   record_.medium = 5;  // read after the version: ends in 01
