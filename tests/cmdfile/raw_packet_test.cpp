@@ -23,10 +23,6 @@ Bytes operator+(Bytes a, const Bytes& b) {
   return a;
 }
 
-Bytes bytesOf(const rawPacket& packet) {
-  return Bytes(packet.data.begin(), packet.data.end());
-}
-
 // Feeds key lines to a section parser as the configuration reader does.
 template <typename Parser>
 void feed(Parser parser, parameter& p, const std::vector<std::pair<std::string, std::string>>& kv,
@@ -52,13 +48,12 @@ TEST(RawPacket, DataTexts) {
       {"0x0x12", {0x00, 0x12}},
       {"\"\"", {}},
       {"0x", {}},
-      {"", {}},
-  };
+      {"", {}}};
   for (const auto& [text, bytes] : cases) {
     rawPacket packet;
     packet.data = {0xEE};
     EXPECT_EQ(writeRawPacket(&packet, text), bytes.empty() ? 1 : 0) << text;
-    EXPECT_EQ(bytesOf(packet), Bytes({0xEE}) + bytes) << text;
+    EXPECT_EQ(packet.data, Bytes({0xEE}) + bytes) << text;
   }
 }
 
@@ -71,7 +66,7 @@ TEST(RawPacket, UnknownTypeCountsAsJobMethod) {
   EXPECT_EQ(GetCapturedStdout(), "SimplePacket=no_such_type,\n");
   ASSERT_NE(p.rawPacketList, nullptr);
   EXPECT_EQ(p.rawPacketList->operation, 0u);
-  EXPECT_EQ(bytesOf(*p.rawPacketList), kSimpleHeader);
+  EXPECT_EQ(p.rawPacketList->data, kSimpleHeader);
 }
 
 // A key line with a value, or a header, inside the section ends the process after the echo.
@@ -132,8 +127,7 @@ TEST(CommandPackets, PacketWaitsForItsRemainingParameters) {
   ASSERT_NE(list, nullptr);
   EXPECT_EQ(list->operation, 6u);
   EXPECT_EQ(list->lineNumber, 15);
-  EXPECT_EQ(bytesOf(*list),
-            kSimpleHeader + Bytes({0, 0, 0, 0, 0x00, 0x10, 0x00, 0x07, 0x00, 0xAA}));
+  EXPECT_EQ(list->data, kSimpleHeader + Bytes({0, 0, 0, 0, 0x00, 0x10, 0x00, 0x07, 0x00, 0xAA}));
   EXPECT_EQ(list->next, nullptr);
 }
 
@@ -147,7 +141,7 @@ TEST(CommandPackets, StringLengthByte) {
   for (const auto& [value, bytes] : cases) {
     const auto list = commandPackets("Tag", value);
     ASSERT_NE(list, nullptr);
-    EXPECT_EQ(bytesOf(*list), kSimpleHeader + Bytes({0x07}) + bytes) << value;
+    EXPECT_EQ(list->data, kSimpleHeader + Bytes({0x07}) + bytes) << value;
   }
 }
 
