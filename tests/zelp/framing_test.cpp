@@ -37,15 +37,6 @@ TEST(LXFile, WordsLongsAndNoStream) {
   LXFile_Delete();
 }
 
-TEST_F(ZelpJob, ShortDataPacket) {
-  const Bytes payload = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
-  ZELP_SendData(payload.data(), 10);
-  ZELP_Flush(0);
-  const Bytes head = {0xCD, 0xCA, 0x10, 0x00, 0x00, 0x1A, 0x00, 0x01, 0x00, 0x0B};
-  EXPECT_EQ(finish(), join({head, Bytes(10, 0), {0x01}, payload}));
-  EXPECT_EQ(zelp_GetJobOctetsLength(), 31u);
-}
-
 // Full packets leave as soon as the buffer fills, flagged "more follows"; only a flush makes a
 // shorter one, and a flush of an empty buffer sends nothing.
 TEST_F(ZelpJob, DataPacketBoundaries) {
@@ -60,8 +51,7 @@ TEST_F(ZelpJob, DataPacketBoundaries) {
       {{65535}, 0, {{65534, 0x02}, {1, 0x00}}},
       {{65535}, 1, {{65534, 0x02}, {1, 0x02}}},
       {{65533, 1}, 0, {{65534, 0x02}}},
-      {{65533, 3, 0, -5, 65534}, 0, {{65534, 0x02}, {65534, 0x02}, {2, 0x00}}},
-  };
+      {{65533, 3, 0, -5, 65534}, 0, {{65534, 0x02}, {65534, 0x02}, {2, 0x00}}}};
   for (std::size_t i = 0; i < cases.size(); ++i) {
     SCOPED_TRACE(i);
     open(1);
