@@ -279,15 +279,4 @@ TEST(SendBand, HeldBackRowsCarryOverBandsUntilTopOfPage) {
   EXPECT_EQ(kelm_GetState().blankLines, 0);
 }
 
-TEST(WorkingMemory, PixelRowsWithoutCompressionKeepNoCodeBuffer) {
-  setUp(18, 1, 10000, 1000);
-  Image image({8, 8, 8}, kWidth, 2);  // rows of 304 bytes
-  ASSERT_EQ(KELM_KeepWorkingMemory(image.planes.get(), 10000), 0);
-  const KELMState state = kelm_GetState();
-  EXPECT_FALSE(state.hasCodeData);
-  EXPECT_EQ(state.codeDataBytes, 1000);
-  EXPECT_EQ(state.pixelByPixelCodeDataBytes, 3 * 304);
-  KELM_FreeWorkingMemory(10000);
-}
-
 }  // namespace

@@ -60,13 +60,8 @@ void resetEncoder() {
 }
 
 std::unique_ptr<LXGWorld> makeBand(int depth, int width, int height) {
-  auto band = std::make_unique<LXGWorld>();
-  band->rowBytes = static_cast<std::uint32_t>(((depth * width + 7) / 8 + 3) / 4 * 4);
-  band->pixels.assign(std::size_t{band->rowBytes} * height, 0);
-  band->self = band.get();
-  band->baseAddr = band->pixels.data();
-  band->bounds = {0, 0, height, width};
-  band->pixelSize = static_cast<std::uint16_t>(depth);
+  std::unique_ptr<LXGWorld> band;
+  EXPECT_EQ(LXNewGWorld(&band, depth, LXRect{0, 0, height, width}), 0);
   return band;
 }
 

@@ -25,7 +25,7 @@ std::string esc(std::string_view text);
 // Encoder state as a job starts, the settings KELM_New leaves alone included.
 void resetEncoder();
 
-// A zero-filled band buffer laid out as the image readers make them.
+// A zero-filled band buffer as the image readers get it.
 std::unique_ptr<LXGWorld> makeBand(int depth, int width, int height);
 
 }  // namespace kelmtest
