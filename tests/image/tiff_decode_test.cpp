@@ -32,21 +32,20 @@ constexpr int kBandRows = 4;
 constexpr std::uint16_t kNone = COMPRESSION_NONE;
 constexpr std::uint16_t kPackBits = COMPRESSION_PACKBITS;
 
-void writeTiff(const std::string& path, const DecodeCase& c, std::uint32_t height,
-               std::uint32_t rowsPerStrip) {
+void writeTiff(const std::string& path, const DecodeCase& c) {
   TIFF* tif = TIFFOpen(path.c_str(), c.bigEndian ? "wb" : "wl");
   ASSERT_NE(tif, nullptr);
   TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, c.width);
-  TIFFSetField(tif, TIFFTAG_IMAGELENGTH, height);
+  TIFFSetField(tif, TIFFTAG_IMAGELENGTH, kHeight);
   TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, c.bits);
   TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, c.samples);
   TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, c.photometric);
   TIFFSetField(tif, TIFFTAG_COMPRESSION, c.compression);
-  TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
+  TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, kRowsPerStrip);
   TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
   if (c.photometric == PHOTOMETRIC_SEPARATED) TIFFSetField(tif, TIFFTAG_INKSET, INKSET_CMYK);
   const auto lineBytes = static_cast<std::size_t>(TIFFScanlineSize(tif));
-  for (std::uint32_t row = 0; row < height; ++row) {
+  for (std::uint32_t row = 0; row < kHeight; ++row) {
     const Bytes b = imagetest::patternBytes(lineBytes, row + 7 * c.width);
     std::vector<std::uint16_t> wide(lineBytes / 2);
     for (std::size_t i = 0; i < wide.size(); ++i)
@@ -62,19 +61,12 @@ void writeTiff(const std::string& path, const DecodeCase& c, std::uint32_t heigh
 std::vector<std::vector<std::uint16_t>> decode(const std::string& path, std::uint16_t bits) {
   TIFF* tif = TIFFOpen(path.c_str(), "r");
   std::vector<std::vector<std::uint16_t>> rows;
-  std::uint32_t height = 0;
-  TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &height);
   const auto lineBytes = static_cast<std::size_t>(TIFFScanlineSize(tif));
-  for (std::uint32_t r = 0; r < height; ++r) {
-    if (bits == 16) {
-      std::vector<std::uint16_t> line(lineBytes / 2);
-      TIFFReadScanline(tif, line.data(), r, 0);
-      rows.push_back(line);
-    } else {
-      Bytes line(lineBytes);
-      TIFFReadScanline(tif, line.data(), r, 0);
-      rows.emplace_back(line.begin(), line.end());
-    }
+  for (std::uint32_t r = 0; r < kHeight; ++r) {
+    std::vector<std::uint16_t> wide(lineBytes / 2);
+    Bytes line(lineBytes);
+    TIFFReadScanline(tif, bits == 16 ? static_cast<void*>(wide.data()) : line.data(), r, 0);
+    rows.push_back(bits == 16 ? wide : std::vector<std::uint16_t>(line.begin(), line.end()));
   }
   TIFFClose(tif);
   return rows;
@@ -148,7 +140,7 @@ TEST_P(TiffDecode, BandsMatchLibtiffRowByRow) {
   const DecodeCase& c = GetParam();
   testsupport::TempDir dir;
   const std::string path = (dir / "image.tif").string();
-  writeTiff(path, c, kHeight, kRowsPerStrip);
+  writeTiff(path, c);
   const auto decoded = decode(path, c.bits);
 
   auto handle = LXBMP_New(path.c_str());
