@@ -80,18 +80,6 @@ TEST(Commands, PageCursorOffsetAndModeCommands) {
          KELM_SendYOffsetRelative(4);
        },
        esc("ESC*b12YESC*b0YESC*b+4Y")},
-      {"raster mode with block compression",
-       [] {
-         KELM_SetCompressionMode(128);
-         KELM_SendStartRasterMode();
-         KELM_SendEndRasterMode();
-       },
-       esc("ESC*r1AESC*b128MESC*rC")},
-      {"compression only at a change",
-       [] {
-         for (std::uint8_t mode : {3, 3, 0, 0}) kelm_ChangeCompressionMode(mode);
-       },
-       esc("ESC*b3MESC*b0M")},
       {"end of page",
        [] {
          KELM_SendEndOfPage();
