@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "harness.h"
+#include "image/lxgworld.h"
 #include "kelm/kelm.h"
 
 namespace {
@@ -20,7 +21,7 @@ struct Image {
 
   Image(const std::vector<int>& depths, int width, int height) {
     for (int depth : depths) {
-      bands.push_back(kelmtest::makeBand(depth, width, height));
+      EXPECT_EQ(LXNewGWorld(&bands.emplace_back(), depth, LXRect{0, 0, height, width}), 0);
       KELMPlane* plane = addPlane(planes);
       plane->world = bands.back().get();
       plane->depth = static_cast<std::int8_t>(depth);

@@ -1,12 +1,13 @@
 #include "harness.h"
 
+#include "inspect/packets.h"
 #include "kelm/kelm.h"
 #include "support/support.h"
 #include "zelp/zelp.h"
 
 namespace kelmtest {
 
-std::vector<inspect::Packet> capturePackets(const std::function<void()>& body) {
+std::string captureRaster(const std::function<void()>& body) {
   testsupport::TempDir dir;
   const std::string path = (dir / "out.dat").string();
   ZELP_NewWithName(path.c_str());
@@ -18,11 +19,7 @@ std::vector<inspect::Packet> capturePackets(const std::function<void()>& body) {
   std::vector<inspect::Packet> packets;
   std::string error;
   EXPECT_TRUE(inspect::decodePackets(testsupport::readFile(path), &packets, &error)) << error;
-  return packets;
-}
-
-std::string captureRaster(const std::function<void()>& body) {
-  const std::vector<std::uint8_t> raster = inspect::rasterStream(capturePackets(body));
+  const std::vector<std::uint8_t> raster = inspect::rasterStream(packets);
   return std::string(raster.begin(), raster.end());
 }
 
@@ -57,12 +54,6 @@ void resetEncoder() {
   KELM_SetGraphicResolution(300, 300);
   KELM_SetPaperSizeInDeciMilliMeter(0, 0);
   KELM_SetPrintableWidthInPixel(0);
-}
-
-std::unique_ptr<LXGWorld> makeBand(int depth, int width, int height) {
-  std::unique_ptr<LXGWorld> band;
-  EXPECT_EQ(LXNewGWorld(&band, depth, LXRect{0, 0, height, width}), 0);
-  return band;
 }
 
 }  // namespace kelmtest
