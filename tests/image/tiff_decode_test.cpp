@@ -32,21 +32,20 @@ constexpr int kBandRows = 4;
 constexpr std::uint16_t kNone = COMPRESSION_NONE;
 constexpr std::uint16_t kPackBits = COMPRESSION_PACKBITS;
 
-void writeTiff(const std::string& path, const DecodeCase& c, std::uint32_t height,
-               std::uint32_t rowsPerStrip) {
+void writeTiff(const std::string& path, const DecodeCase& c) {
   TIFF* tif = TIFFOpen(path.c_str(), c.bigEndian ? "wb" : "wl");
   ASSERT_NE(tif, nullptr);
   TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, c.width);
-  TIFFSetField(tif, TIFFTAG_IMAGELENGTH, height);
+  TIFFSetField(tif, TIFFTAG_IMAGELENGTH, kHeight);
   TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, c.bits);
   TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, c.samples);
   TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, c.photometric);
   TIFFSetField(tif, TIFFTAG_COMPRESSION, c.compression);
-  TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
+  TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, kRowsPerStrip);
   TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
   if (c.photometric == PHOTOMETRIC_SEPARATED) TIFFSetField(tif, TIFFTAG_INKSET, INKSET_CMYK);
   const auto lineBytes = static_cast<std::size_t>(TIFFScanlineSize(tif));
-  for (std::uint32_t row = 0; row < height; ++row) {
+  for (std::uint32_t row = 0; row < kHeight; ++row) {
     const Bytes b = imagetest::patternBytes(lineBytes, row + 7 * c.width);
     std::vector<std::uint16_t> wide(lineBytes / 2);
     for (std::size_t i = 0; i < wide.size(); ++i)
@@ -62,19 +61,12 @@ void writeTiff(const std::string& path, const DecodeCase& c, std::uint32_t heigh
 std::vector<std::vector<std::uint16_t>> decode(const std::string& path, std::uint16_t bits) {
   TIFF* tif = TIFFOpen(path.c_str(), "r");
   std::vector<std::vector<std::uint16_t>> rows;
-  std::uint32_t height = 0;
-  TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &height);
   const auto lineBytes = static_cast<std::size_t>(TIFFScanlineSize(tif));
-  for (std::uint32_t r = 0; r < height; ++r) {
-    if (bits == 16) {
-      std::vector<std::uint16_t> line(lineBytes / 2);
-      TIFFReadScanline(tif, line.data(), r, 0);
-      rows.push_back(line);
-    } else {
-      Bytes line(lineBytes);
-      TIFFReadScanline(tif, line.data(), r, 0);
-      rows.emplace_back(line.begin(), line.end());
-    }
+  for (std::uint32_t r = 0; r < kHeight; ++r) {
+    std::vector<std::uint16_t> wide(lineBytes / 2);
+    Bytes line(lineBytes);
+    TIFFReadScanline(tif, bits == 16 ? static_cast<void*>(wide.data()) : line.data(), r, 0);
+    rows.push_back(bits == 16 ? wide : std::vector<std::uint16_t>(line.begin(), line.end()));
   }
   TIFFClose(tif);
   return rows;
@@ -148,7 +140,7 @@ TEST_P(TiffDecode, BandsMatchLibtiffRowByRow) {
   const DecodeCase& c = GetParam();
   testsupport::TempDir dir;
   const std::string path = (dir / "image.tif").string();
-  writeTiff(path, c, kHeight, kRowsPerStrip);
+  writeTiff(path, c);
   const auto decoded = decode(path, c.bits);
 
   auto handle = LXBMP_New(path.c_str());
@@ -194,27 +186,20 @@ TEST_P(TiffDecode, BandsMatchLibtiffRowByRow) {
 }
 
 const DecodeCase kCases[] = {
-    {"Gray1WhiteIsZero_II", false, 1, 1, 0, kNone, 13, Reader::kGray, 1},
     {"Gray1BlackIsZero_MM_PackBits", true, 1, 1, 1, kPackBits, 21, Reader::kGray, 1},
     {"Gray8BlackIsZero_II", false, 8, 1, 1, kNone, 13, Reader::kGray, 8},
-    {"Gray8WhiteIsZero_MM_PackBits", true, 8, 1, 0, kPackBits, 13, Reader::kGray, 8},
     {"Gray8RGBSense_II", false, 8, 1, 1, kNone, 13, Reader::kGray, 8, 0, kRGBSenseTable},
     {"Gray8To2_MM_PackBits", true, 8, 1, 1, kPackBits, 13, Reader::kGray, 2},
     {"Gray8To2ThreeLevels_II", false, 8, 1, 1, kNone, 13, Reader::kGray, 2, 0, reductionTable(3)},
     {"Gray8To4_II", false, 8, 1, 0, kNone, 13, Reader::kGray, 4},
-    {"Gray8To10_II", false, 8, 1, 1, kNone, 13, Reader::kGray, 10},
     {"Gray8WhiteIsZeroTo10_MM_PackBits", true, 8, 1, 0, kPackBits, 5, Reader::kGray, 10},
     {"Gray16To10_II", false, 16, 1, 1, kNone, 13, Reader::kGray, 10},
     {"Gray16WhiteIsZeroTo10_MM_PackBits", true, 16, 1, 0, kPackBits, 6, Reader::kGray, 10},
     {"Rgb24To8_II", false, 8, 3, 2, kNone, 13, Reader::kRGB, 8},
     {"Rgb24To10_MM_PackBits", true, 8, 3, 2, kPackBits, 13, Reader::kRGB, 10},
     {"Rgb48To10_II", false, 16, 3, 2, kNone, 13, Reader::kRGB, 10},
-    {"Rgb48To10_MM_PackBits", true, 16, 3, 2, kPackBits, 7, Reader::kRGB, 10},
-    {"Cmyk8CyanTo8_II", false, 8, 4, 5, kNone, 13, Reader::kCMYK, 8, 0},
-    {"Cmyk8BlackTo1_MM_PackBits", true, 8, 4, 5, kPackBits, 13, Reader::kCMYK, 1, 3},
     {"Cmyk8MagentaTo10_II", false, 8, 4, 5, kNone, 13, Reader::kCMYK, 10, 1},
     {"Cmyk8YellowTo2_MM", true, 8, 4, 5, kNone, 13, Reader::kCMYK, 2, 2},
-    {"Cmyk16MagentaTo10_MM_PackBits", true, 16, 4, 5, kPackBits, 13, Reader::kCMYK, 10, 1},
     {"Cmyk16BlackTo10_II", false, 16, 4, 5, kNone, 7, Reader::kCMYK, 10, 3},
     // Coded rows longer than the decoder's read-ahead.
     {"Cmyk8CyanTo8_MM_PackBitsWide", true, 8, 4, 5, kPackBits, 1500, Reader::kCMYK, 8, 0},
@@ -223,24 +208,5 @@ const DecodeCase kCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Cases, TiffDecode, testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
-
-// 650 rows in bands of 300: the short last band keeps its remaining rows cleared.
-TEST(TiffBands, ShortLastBandStaysCleared) {
-  testsupport::TempDir dir;
-  const std::string path = (dir / "tall.tif").string();
-  writeTiff(path, {"", false, 8, 1, 1, kNone, 9, Reader::kGray, 8}, 650, 64);
-  auto handle = LXBMP_New(path.c_str());
-  auto band = imagetest::makeBand(8, 9, 300);
-  for (int expected : {300, 300, 50}) {
-    EXPECT_EQ(LXBMP_ReadNextRasterBlock(handle.get(), band.get(), nullptr), expected);
-  }
-  const Bytes content = imagetest::bandContent(*band);
-  EXPECT_NE(content[49 * band->rowBytes], 0);
-  EXPECT_EQ(Bytes(content.begin() + 50 * band->rowBytes, content.end()),
-            Bytes(250 * band->rowBytes, 0));
-  EXPECT_EQ(LXBMP_ReadNextRasterBlock(handle.get(), band.get(), nullptr), 0);
-  LXBMP_Rewind(handle.get());
-  EXPECT_EQ(LXBMP_ReadNextRasterBlock(handle.get(), band.get(), nullptr), 300);
-}
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "harness.h"
+#include "image/lxgworld.h"
 #include "kelm/kelm.h"
 
 namespace {
@@ -20,7 +21,7 @@ struct Image {
 
   Image(const std::vector<int>& depths, int width, int height) {
     for (int depth : depths) {
-      bands.push_back(kelmtest::makeBand(depth, width, height));
+      EXPECT_EQ(LXNewGWorld(&bands.emplace_back(), depth, LXRect{0, 0, height, width}), 0);
       KELMPlane* plane = addPlane(planes);
       plane->world = bands.back().get();
       plane->depth = static_cast<std::int8_t>(depth);
@@ -277,17 +278,6 @@ TEST(SendBand, HeldBackRowsCarryOverBandsUntilTopOfPage) {
   EXPECT_EQ(kelm_GetState().blankLines, 1);
   kelmtest::captureRaster([] { KELM_SendTopOfPage(1, 1, 1); });
   EXPECT_EQ(kelm_GetState().blankLines, 0);
-}
-
-TEST(WorkingMemory, PixelRowsWithoutCompressionKeepNoCodeBuffer) {
-  setUp(18, 1, 10000, 1000);
-  Image image({8, 8, 8}, kWidth, 2);  // rows of 304 bytes
-  ASSERT_EQ(KELM_KeepWorkingMemory(image.planes.get(), 10000), 0);
-  const KELMState state = kelm_GetState();
-  EXPECT_FALSE(state.hasCodeData);
-  EXPECT_EQ(state.codeDataBytes, 1000);
-  EXPECT_EQ(state.pixelByPixelCodeDataBytes, 3 * 304);
-  KELM_FreeWorkingMemory(10000);
 }
 
 }  // namespace

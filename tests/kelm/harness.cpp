@@ -1,12 +1,13 @@
 #include "harness.h"
 
+#include "inspect/packets.h"
 #include "kelm/kelm.h"
 #include "support/support.h"
 #include "zelp/zelp.h"
 
 namespace kelmtest {
 
-std::vector<inspect::Packet> capturePackets(const std::function<void()>& body) {
+std::string captureRaster(const std::function<void()>& body) {
   testsupport::TempDir dir;
   const std::string path = (dir / "out.dat").string();
   ZELP_NewWithName(path.c_str());
@@ -18,11 +19,7 @@ std::vector<inspect::Packet> capturePackets(const std::function<void()>& body) {
   std::vector<inspect::Packet> packets;
   std::string error;
   EXPECT_TRUE(inspect::decodePackets(testsupport::readFile(path), &packets, &error)) << error;
-  return packets;
-}
-
-std::string captureRaster(const std::function<void()>& body) {
-  const std::vector<std::uint8_t> raster = inspect::rasterStream(capturePackets(body));
+  const std::vector<std::uint8_t> raster = inspect::rasterStream(packets);
   return std::string(raster.begin(), raster.end());
 }
 
@@ -57,17 +54,6 @@ void resetEncoder() {
   KELM_SetGraphicResolution(300, 300);
   KELM_SetPaperSizeInDeciMilliMeter(0, 0);
   KELM_SetPrintableWidthInPixel(0);
-}
-
-std::unique_ptr<LXGWorld> makeBand(int depth, int width, int height) {
-  auto band = std::make_unique<LXGWorld>();
-  band->rowBytes = static_cast<std::uint32_t>(((depth * width + 7) / 8 + 3) / 4 * 4);
-  band->pixels.assign(std::size_t{band->rowBytes} * height, 0);
-  band->self = band.get();
-  band->baseAddr = band->pixels.data();
-  band->bounds = {0, 0, height, width};
-  band->pixelSize = static_cast<std::uint16_t>(depth);
-  return band;
 }
 
 }  // namespace kelmtest

@@ -2,18 +2,14 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "image/lxgworld.h"
-#include "inspect/packets.h"
 #include "inspect/raster.h"
 
 namespace kelmtest {
 
-std::vector<inspect::Packet> capturePackets(const std::function<void()>& body);
 std::string captureRaster(const std::function<void()>& body);
 // The raster commands `body` writes, as codes ("ESC*b2W") joined by blanks.
 std::string captureCodes(const std::function<void()>& body);
@@ -24,8 +20,5 @@ std::string esc(std::string_view text);
 
 // Encoder state as a job starts, the settings KELM_New leaves alone included.
 void resetEncoder();
-
-// A zero-filled band buffer laid out as the image readers make them.
-std::unique_ptr<LXGWorld> makeBand(int depth, int width, int height);
 
 }  // namespace kelmtest

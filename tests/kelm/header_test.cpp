@@ -3,7 +3,6 @@
 #include "harness.h"
 #include "kelm/kelm.h"
 #include "support/support.h"
-#include "zelp/zelp.h"
 
 namespace {
 
@@ -102,54 +101,32 @@ TEST(JobStart, WritesThePJLHeaderOfTheSettings) {
   }
 }
 
-TEST(JobStart, SendsTableFilesInIndexOrderAndStopsAtAMissingOne) {
+TEST(JobStart, SendsTableFilesZeroToFiveInOrderAndStopsAtAMissingOne) {
   testsupport::TempDir dir;
   testsupport::writeFile(dir / "t0", std::string("AB\0\x1b", 4));
   testsupport::writeFile(dir / "t1", std::string());
-  testsupport::writeFile(dir / "t3", std::string("xyz"));
+  testsupport::writeFile(dir / "t5", std::string("xyz"));
   const std::string missing = (dir / "t2").string();
   const std::string tables = kLead + kDefaultPaper + kMargins0 + esc("ESC%0AESCEESC$b4W") +
                              std::string("AB\0\x1b", 4) + esc("ESC$b0W");
   for (const bool withMissing : {false, true}) {
     kelmtest::resetEncoder();
-    ASSERT_EQ(KELM_SetImageProcessingFile(3, (dir / "t3").c_str()), 0);
+    ASSERT_EQ(KELM_SetImageProcessingFile(5, (dir / "t5").c_str()), 0);
     ASSERT_EQ(KELM_SetImageProcessingFile(0, (dir / "t1").c_str()), 0);
     ASSERT_EQ(KELM_SetImageProcessingFile(0, (dir / "t0").c_str()), 0);  // replaces
     ASSERT_EQ(KELM_SetImageProcessingFile(1, (dir / "t1").c_str()), 0);
-    if (withMissing) {
-      ASSERT_EQ(KELM_SetImageProcessingFile(2, missing.c_str()), 0);
-    }
+    EXPECT_EQ(withMissing ? KELM_SetImageProcessingFile(2, missing.c_str()) : 0, 0);
     int result = 0;
     testing::internal::CaptureStderr();
+    EXPECT_EQ(KELM_SetImageProcessingFile(6, "beyond"), -1);
     const std::string raster = kelmtest::captureRaster([&] { result = KELM_SendJobStart(); });
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              withMissing ? "ERROR! LXBMP_New can't open '" + missing + "'. (errno=2)\n(2)\n" : "");
+              "ERROR! KELM_SetImageProcessingFile: too many files(6)\n" +
+                  (withMissing ? "ERROR! LXBMP_New can't open '" + missing + "'. (errno=2)\n(2)\n"
+                               : std::string()));
     EXPECT_EQ(result, withMissing ? -1 : 0);
     EXPECT_EQ(raster, withMissing ? tables : tables + esc("ESC$b3WxyzESC&a1N"));
   }
-}
-
-TEST(ImageProcessingFile, TakesIndexesZeroToFive) {
-  kelmtest::resetEncoder();
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(KELM_SetImageProcessingFile(5, "last"), 0);
-  EXPECT_EQ(KELM_SetImageProcessingFile(6, "beyond"), -1);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "ERROR! KELM_SetImageProcessingFile: too many files(6)\n");
-  EXPECT_EQ(kelm_GetState().hasImageProcessingDataPath, (std::array<bool, 6>{0, 0, 0, 0, 0, 1}));
-}
-
-TEST(JobEnd, FlushesAroundTheUniversalExit) {
-  std::vector<std::pair<int, std::string>> data;  // flags, payload
-  for (const inspect::Packet& p : kelmtest::capturePackets([] {
-         ZELP_SendCString("rows");
-         KELM_SendJobEnd(0);
-       })) {
-    if (p.operation == inspect::kDataOperation) {
-      data.emplace_back(p.flags, std::string(p.parameters.begin() + 1, p.parameters.end()));
-    }
-  }
-  EXPECT_EQ(data, (std::vector<std::pair<int, std::string>>{{2, "rows"}, {0, esc("ESC%-12345X")}}));
 }
 
 }  // namespace
