@@ -279,7 +279,7 @@ TEST(TiffBands, EightBitReadsLeaveNoStaleBandBytes) {
       file.set.push_back({kBits, kShort, 4, 68});
       file.extra = {8, 0, 8, 0, 8, 0, 8, 0};
     }
-    TiffFile tif(grayFile(file));
+    auto tif = openTiff(grayFile(file));
     auto band = imagetest::makeBand(8, 3, 4);
     ASSERT_EQ(band->rowBytes, 4u);
     const auto read = [&] {
