@@ -11,7 +11,7 @@
 
 #include "config/job_files.h"
 #include "inspect/packets.h"
-#include "support/bmp.h"
+#include "support/image_support.h"
 #include "support/support.h"
 #include "zelp/store.h"
 #include "zelp/zelp_job.h"
@@ -34,10 +34,10 @@ struct Result {
 // Writes `config` as job.cfg in `dir` with the image it names (a real 8-bit image) and runs it
 // as a fresh process would. The print file must be one well-formed job.
 inline Result runJob(const testsupport::TempDir& dir, const std::string& config) {
-  testsupport::writeFile(dir / "k.bmp", testsupport::grayBMP(5, 3,
-                                                             {0, 64, 128, 192, 255,     //
-                                                              255, 255, 255, 255, 255,  //
-                                                              10, 20, 30, 40, 50}));
+  testsupport::writeFile(dir / "k.bmp", imagetest::bmpFile(5, 3, 8,
+                                                           {{0, 64, 128, 192, 255, 0, 0, 0},
+                                                            {255, 255, 255, 255, 255, 0, 0, 0},
+                                                            {10, 20, 30, 40, 50, 0, 0, 0}}));
   testsupport::writeFile(dir / "job.cfg", config);
   zelp_ResetSetFlags();
   testing::internal::CaptureStdout();
