@@ -38,8 +38,46 @@ TEST(FullRecord, EveryKeyOfEverySection) {
   EXPECT_EQ(std::string(p.imageProcessingFileList->next->path), d + "/sub/t2.bin");
   EXPECT_EQ(p.imageProcessingFileList->next->next, nullptr);
 
-  // The [ZELP] keys reach the print file in the job envelope tests.
+  // Keys before Version=2 are read under the first key set, those after it under the second.
   using Ints = std::vector<int>;
+  EXPECT_STREQ(p.jobName, "name");
+  EXPECT_STREQ(p.jobOwner, "owner");
+  EXPECT_STREQ(p.jobClientID, "client");
+  EXPECT_STREQ(p.panelMessage, "panel");
+  EXPECT_EQ((Ints{p.jobTime, p.jobTimeField1, p.jobTimeField2, p.jobTimeYear, p.jobTimeHour,
+                  p.jobTimeMinute, p.jobTimeSecond, p.jobTimeIsGMT}),
+            (Ints{2, 12, 31, 2020, 23, 59, 59, 1}));
+  EXPECT_EQ((Ints{p.trayUnitID, p.trayAlias, p.medium, p.mediumTypeEx, p.quality,
+                  p.mediumCuttingType, p.inkDryingType, p.inkDryingTime, p.jobImpressions,
+                  p.pageInkDryingTime, p.bandInkDryingTime, p.rollMediaTopBlank,
+                  p.rollMediaBottomBlank, p.paperThickness, p.printingSuction, p.cuttingSpeed}),
+            (Ints{103, 5, 13, 0x123, 3, 4, 6, 32, 3, 6, 10, 15, 17, 23, 30, 32}));
+  EXPECT_EQ((Ints{p.version,
+                  p.plex,
+                  p.plexImagePositionAdjustment,
+                  p.headHeight,
+                  p.setPathMode,
+                  p.jobCreatorID,
+                  p.jobStartExecutionMode,
+                  p.colMode,
+                  p.colCount,
+                  p.colHandle,
+                  p.colNumber,
+                  p.colPassword,
+                  p.jobStartMode,
+                  p.clientJobIDSet,
+                  p.jobCopies,
+                  p.qualityOptimizedLevel,
+                  p.headOneWayPrint,
+                  p.calibration,
+                  p.jobImpressions2,
+                  p.setJobOctets}),
+            (Ints{2, 4, 2, 37, 2, 1234, 3, 3, 7, 0xABCD, 99, 4242, 7, 1, 2, 4, 2, 3, 12, 1}));
+  const std::vector<std::uint8_t> uuid(std::begin(p.clientJobUUID), std::end(p.clientJobUUID));
+  EXPECT_EQ(testsupport::hex(uuid), "00 11 22 33 44 55 66 77 88 99 AA BB CC DD EE FF");
+  EXPECT_STREQ(p.clientJobInfo, "info");
+  EXPECT_EQ(p.rawPacketList, nullptr);
+  EXPECT_EQ(p.commandDefinitions, nullptr);
   EXPECT_EQ((Ints{p.printerResolutionH, p.printerResolutionV, p.paperSizeH, p.paperSizeV,
                   p.printableWidthInPixel, p.paperOrient, p.marginTop, p.marginBottom, p.marginLeft,
                   p.marginRight, p.banner, p.savePaper, p.cutmediaCenter, p.rollmediaCenter,
