@@ -7,6 +7,8 @@
 namespace {
 
 char sDefaultOutFileName[kPathSize];
+// Set when the last name given did not fit: a cut name would name another file.
+bool sDefaultOutFileNameCut = false;
 
 // Frees a list node by node: a recursive release could exhaust the stack on long lists.
 template <typename Node>
@@ -32,12 +34,13 @@ Node* appendNode(std::unique_ptr<Node>& head) {
 }  // namespace
 
 char* setDefaultFileName(const char* name) {
+  sDefaultOutFileNameCut = std::strlen(name) >= sizeof sDefaultOutFileName;
   copyField(sDefaultOutFileName, name);
   return sDefaultOutFileName;
 }
 
 const char* defaultFileName() {
-  return sDefaultOutFileName;
+  return sDefaultOutFileNameCut ? nullptr : sDefaultOutFileName;
 }
 
 void initCommonParameter(parameter* p) {

@@ -90,7 +90,10 @@ LineKind classifyLine(const char* line, int lineNumber, char* key, char* value) 
 }
 
 void defaultOutFilePath(parameter* p) {
-  if (p->outFilePath[0] == '\0') copyField(p->outFilePath, defaultFileName());
+  if (p->outFilePath[0] != '\0') return;
+  const char* name = defaultFileName();
+  if (name == nullptr) std::exit(1);  // the default name did not fit its field
+  copyField(p->outFilePath, name);
 }
 
 void defaultJobImpressions(parameter* p) {

@@ -25,6 +25,7 @@ int parseKeyValue(const char* line, int lineNumber, char* key, char* value);
 // True once, at the first key of an [Image] section.
 bool takeNewImageSection();
 
+// The default output name, or null when the name given was too long to keep whole.
 const char* defaultFileName();
 
 int parseGlobalParameter(cfgLine* line, parameter* p);

@@ -67,6 +67,16 @@ TEST(EntryPoint, ConfigurationThatCannotBeReadEndsWithStatusOne) {
   writeJob(deep / "job.cfg.long");
   EXPECT_EQ(makeZELPData(cut.c_str()), 0);
   EXPECT_EXIT_WITH_STDOUT(makeZELPData((deep / "job.cfg.long").c_str()), "");
+
+  // A default output name that would not fit whole is refused as well.
+  const std::string stem = (deep / "").string();
+  const fs::path fits = stem + std::string(255 - stem.size(), 'f');
+  const fs::path tooLong = stem + std::string(256 - stem.size(), 'g');
+  writeJob(fits);
+  writeJob(tooLong);
+  EXPECT_EQ(makeZELPData(fits.c_str()), 0);
+  EXPECT_TRUE(fs::exists(fits.string() + ".dat"));
+  EXPECT_EXIT_WITH_STDOUT(makeZELPData(tooLong.c_str()), "");
 }
 
 }  // namespace
