@@ -143,4 +143,13 @@ void clearPastWidth(std::vector<unsigned char>& row, std::uint64_t width, int bi
   for (std::uint64_t i = full; i < row.size(); ++i) row[i] = 0;
 }
 
+unsigned clearRGBBands(LXGWorld* red, LXGWorld* green, LXGWorld* blue) {
+  for (LXGWorld* band : {red, green, blue}) {
+    if (band != nullptr) LXClearGWorldRGB(band);
+  }
+  if (red == nullptr || green == nullptr || blue == nullptr) return 0;
+  const unsigned size = bandPixelSize(red);
+  return bandPixelSize(green) == size && bandPixelSize(blue) == size ? size : 0;
+}
+
 }  // namespace lximage

@@ -22,6 +22,9 @@ std::span<unsigned char> bandBytes(LXGWorld* world);
 std::uint32_t bandHeight(const LXGWorld* world);
 std::uint32_t bandRowBytes(const LXGWorld* world);
 std::uint16_t bandPixelSize(const LXGWorld* world);
+// Clears the three bands of an RGB read to white; their common pixel size, or 0 when a band is
+// missing or the sizes differ.
+unsigned clearRGBBands(LXGWorld* red, LXGWorld* green, LXGWorld* blue);
 
 // Copies a converted row to band row `row`; a row longer than the stride runs on into the
 // next rows and whatever passes the band's end is dropped.

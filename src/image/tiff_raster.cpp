@@ -255,17 +255,11 @@ std::int32_t LXTiff_ReadNextRasterBlock(LXTiffRecT* rec, LXGWorld* band,
 
 std::int32_t LXTiff_ReadNextRasterBlockRGB(LXTiffRecT* rec, LXGWorld* red, LXGWorld* green,
                                            LXGWorld* blue) {
-  LXGWorld* const bands[3] = {red, green, blue};
-  for (LXGWorld* band : bands) {
-    if (band != nullptr) LXClearGWorldRGB(band);
-  }
-  if (red == nullptr || green == nullptr || blue == nullptr) return 0;
-  if (rec == nullptr || !rec->stream) return 0;
-
-  const unsigned size = bandPixelSize(red);
-  if (bandPixelSize(green) != size || bandPixelSize(blue) != size) return 0;
+  const unsigned size = lximage::clearRGBBands(red, green, blue);
+  if (size == 0 || rec == nullptr || !rec->stream) return 0;
   const unsigned bits = rec->bitsPerPixel;
   if (!((size == 8 && bits == 24) || (size == 10 && (bits == 24 || bits == 48)))) return 0;
+  LXGWorld* const bands[3] = {red, green, blue};
 
   const std::uint64_t bytesPerPixel = bits == 48 ? 6 : 3;
   const std::uint64_t used =
