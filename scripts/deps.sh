@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing: deps.sh [build|test|bench]
 set -euo pipefail
+export DEBIAN_FRONTEND=noninteractive
 packages=(cmake g++ make)
 case "${1:-build}" in
   test) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config binutils) ;;
