@@ -1,32 +1,63 @@
-// zelpgen JOB.cfg: writes the print file that the job configuration describes.
+// zelpgen: prints, checks, inspects and renders jobs; `zelpgen JOB.cfg` is short for `print`.
 #include <cstdio>
 #include <cstring>
+#include <span>
 
-#include "zelpgen/zelpgen.h"
+#include "commands.h"
 
 namespace {
 
 constexpr const char* kUsage =
-    "usage: zelpgen JOB.cfg\n"
-    "Writes the print file of the job configuration JOB.cfg (by default JOB.dat beside it,\n"
-    "or the [Global] OutFilePath). A configuration error ends with exit status 1.\n"
-    "  --help     show this text\n"
-    "  --version  show the version\n";
+    "usage: zelpgen [print] JOB.cfg\n"
+    "       zelpgen check JOB.cfg\n"
+    "       zelpgen inspect FILE.dat\n"
+    "       zelpgen render FILE.dat -o PAGE-%d.png\n"
+    "\n"
+    "  print    write the print file of the job configuration JOB.cfg\n"
+    "  check    read and check the job without writing a print file\n"
+    "  inspect  list and check the packets and raster of a print file\n"
+    "  render   draw the pages of a print file as PNG images\n"
+    "\n"
+    "  --help     show this text (`zelpgen COMMAND --help` for a command's own)\n"
+    "  --version  show the version\n"
+    "\n"
+    "Exit status: 0 done, 1 job error (or a fault in the file inspected), 2 usage error.\n";
+
+struct Subcommand {
+  const char* name;
+  int (*run)(std::span<char*>);
+};
+
+constexpr Subcommand kSubcommands[] = {
+    {"print", cli::runPrint},
+    {"check", cli::runCheck},
+    {"inspect", cli::runInspect},
+    {"render", cli::runRender},
+};
 
 }  // namespace
 
+int cli::usageError(const char* subcommand, const char* message) {
+  std::fprintf(stderr, "zelpgen: %s\nTry 'zelpgen %s--help' for more information.\n", message,
+               subcommand != nullptr ? subcommand : "");
+  return kExitUsage;
+}
+
 int main(int argc, char** argv) {
-  if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
+  std::span<char*> args(argv + 1, argc > 0 ? static_cast<std::size_t>(argc - 1) : 0);
+  if (args.empty()) return cli::usageError(nullptr, "no job given");
+  const char* first = args[0];
+  if (std::strcmp(first, "--help") == 0 || std::strcmp(first, "-h") == 0) {
     std::fputs(kUsage, stdout);
-    return 0;
+    return cli::kExitOk;
   }
-  if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+  if (std::strcmp(first, "--version") == 0) {
     std::puts("zelpgen " ZELPGEN_VERSION);
-    return 0;
+    return cli::kExitOk;
   }
-  if (argc != 2 || argv[1][0] == '-') {
-    std::fputs(kUsage, stderr);
-    return 2;
+  for (const Subcommand& sub : kSubcommands) {
+    if (std::strcmp(first, sub.name) == 0) return sub.run(args.subspan(1));
   }
-  return makeZELPData(argv[1]);
+  // The short form: `zelpgen JOB.cfg [options]` prints the job.
+  return cli::runPrint(args);
 }
