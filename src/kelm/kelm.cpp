@@ -249,10 +249,10 @@ void sendBlock(unsigned char* end) {
   sPaintedLines = 0;
 }
 
+// Every plane of the list counts, also those past mNumOfPlanes that are never sent: ink in
+// an unsent plane still makes the row non-blank.
 bool rowIsBlank(const KELMPlane* planes, std::int32_t r, const ModeLayout& layout) {
-  const KELMPlane* p = planes;
-  const int planesInRow = layout.pixel ? countPlanes(planes) : mNumOfPlanes;
-  for (int i = 1; i <= planesInRow && p != nullptr; ++i, p = p->next.get()) {
+  for (const KELMPlane* p = planes; p != nullptr; p = p->next.get()) {
     const RowView row = planeRow(p->world, p->depth, r);
     if (kelm_TrimmedLength(row.data, row.n, layout.blank) != 0) return false;
   }
@@ -807,9 +807,13 @@ void KELM_ConvertPixelByPixel(KELMPlane* planes, std::int32_t row) {
         std::int64_t{row} >= std::int64_t{g->bounds.bottom} - g->bounds.top) {
       continue;
     }
-    const unsigned char* src =
-        g->baseAddr + std::size_t{g->rowBytes} * static_cast<std::size_t>(row);
-    const std::size_t bytes = std::min<std::size_t>(stride, g->rowBytes);
+    // A plane with a shorter stride runs on into its next rows, up to the end of its buffer.
+    const std::size_t start = std::size_t{g->rowBytes} * static_cast<std::size_t>(row);
+    const std::size_t end =
+        std::size_t{g->rowBytes} *
+        static_cast<std::size_t>(std::int64_t{g->bounds.bottom} - g->bounds.top);
+    const std::size_t bytes = std::min(stride, end - start);
+    const unsigned char* src = g->baseAddr + start;
     unsigned char* dst = out + k;
     for (std::size_t i = 0; i < bytes; ++i) dst[i * count] = src[i];
   }

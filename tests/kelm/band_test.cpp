@@ -8,6 +8,7 @@
 #include "harness.h"
 #include "image/lxgworld.h"
 #include "kelm/kelm.h"
+#include "support/support.h"
 
 namespace {
 
@@ -213,6 +214,7 @@ TEST(SendBand, BlankRowsAndMissingPlanes) {
     int mode, planes;
     std::size_t missing;  // a plane without band buffer, or 4 for none
     std::string codes;
+    bool unsentInk = false;  // row 1 inked only in Y, which a 3-plane image never sends
   } cases[] = {
       {"none", 4000, 4, 4, blank + blank + "ESC*b1V ESC*b0V ESC*b1V ESC*b1W"},
       {"no mode", -1, 4, 4, blank + blank + "ESC*b1V ESC*b0V ESC*b1V ESC*b1W"},
@@ -225,11 +227,17 @@ TEST(SendBand, BlankRowsAndMissingPlanes) {
       {"more planes than the list", 4002, 5, 4,
        "ESC*b0V ESC*b0V ESC*b0V ESC*b0V ESC*b0W ESC*b0V ESC*b0V ESC*b0V ESC*b0V ESC*b0W ESC*b2V "
        "ESC*b0V ESC*b2V ESC*b2V ESC*b0W"},
+      {"seed row, ink only in an unsent plane", 4003, 3, 4,
+       "ESC*b1Y ESC*b0M ESC*b8V ESC*b8V ESC*b8W ESC*b3M ESC*b2V ESC*b0V ESC*b2W", true},
+      // An empty plane row never changes the compression, before or after a delta row.
+      {"seed row, unsent ink, no K buffer", 4003, 3, 0,
+       "ESC*b1Y ESC*b0V ESC*b0M ESC*b8V ESC*b8W ESC*b0V ESC*b3M ESC*b0V ESC*b2W", true},
   };
   for (const auto& c : cases) {
     setUp(3, c.planes, c.mode, 8);
     Image image({8, 8, 8, 8}, 8, 3);
     for (std::size_t p : {0, 2, 3}) image.row(p, 2)[0] = 0x44;
+    if (c.unsentInk) image.row(3, 1)[0] = 0x44;
     if (c.missing < 4) image.dropBand(c.missing);
     const std::string codes = captureCodes([&] { image.send(c.mode, {3}, [](int) {}); });
     EXPECT_EQ(codes, "ESC*r1A ESC*b" +
@@ -240,17 +248,49 @@ TEST(SendBand, BlankRowsAndMissingPlanes) {
   }
 }
 
-TEST(SendBand, PixelRowsTakeZeroForPlanesWithoutBandBuffer) {
-  // R and G 0x00 at pixel 0, white elsewhere; without B its bytes are 0: 00 00 00 (FF FF 00) x 7.
-  for (const auto& [missing, codes] :
-       {std::pair<std::size_t, const char*>{0, "ESC*r1A ESC*b2M ESC*b0W ESC*rC"},
-        {2, "ESC*r1A ESC*b2M ESC*b24W ESC*rC"}}) {
-    setUp(18, 1, 10002, 8);
-    Image image({8, 8, 8}, 8, 1);
+TEST(SendBand, PixelRowsInterleaveOverTheFirstStride) {
+  // White bands with a few bytes set: {plane, offset in its band buffer, value}.
+  struct Poke {
+    std::size_t plane, at;
+    std::uint8_t value;
+  };
+  const std::vector<Poke> rgAt0 = {{0, 0, 0}, {1, 0, 0}}, padding = {{0, 3, 0}, {1, 3, 0}},
+                          runOn = {{0, 0, 0x10}, {1, 4, 0x21}, {2, 4, 0x31}};
+  const struct {
+    const char* name;
+    int mode, redDepth, width, rows;  // G and B are 8-bit
+    std::size_t missing;              // a plane without band buffer, or 3 for none
+    const std::vector<Poke>& pokes;
+    std::string codes;
+  } cases[] = {
+      {"no first band", 10002, 8, 2, 1, 0, rgAt0, "ESC*b2M ESC*b0W"},
+      {"no blue band", 10000, 8, 2, 1, 2, rgAt0,
+       "ESC*b0M ESC*b12W 00 00 00 FF FF 00 FF FF 00 FF FF 00"},
+      // G and B rows are 4 bytes, R rows 8: they run on into their next row, then read 0.
+      {"shorter strides run on", 10000, 10, 4, 2, 3, runOn,
+       "ESC*b0M ESC*b15W 10 FF FF FF FF FF FF FF FF FF FF FF FF 21 31 ESC*b24W FF 21 31 FF FF FF "
+       "FF FF FF FF FF FF FF 00 00 FF\n00 00 FF 00 00 FF 00 00"},
+      {"seed row of the run-on row", 10003, 10, 4, 2, 3, runOn,
+       "ESC*b3M ESC*b0M ESC*b24W 10 FF FF FF FF FF FF FF FF FF FF FF FF 21 31 FF\nFF FF FF FF FF "
+       "FF FF FF ESC*b3M ESC*b16W 40 FF 21 31 2A 00 00 21 00 00 21 00 00 21 00 00"},
+      // Blank pixels make a blank row whatever the padding holds.
+      {"blank row, inked padding", 10002, 8, 3, 1, 3, padding, "ESC*b2M ESC*b0W"},
+      {"blank row in a block", 10128, 8, 3, 1, 3, padding, "ESC*b128M ESC*b5W 00 00 00 08 80"},
+  };
+  for (const auto& c : cases) {
+    setUp(18, 1, c.mode, 8);
+    Image image({c.redDepth, 8, 8}, c.width, c.rows);
     for (auto& band : image.bands) std::fill(band->pixels.begin(), band->pixels.end(), 0xFF);
-    image.row(0, 0)[0] = image.row(1, 0)[0] = 0;
-    image.dropBand(missing);
-    EXPECT_EQ(captureCodes([&] { image.send(10002, {1}, [](int) {}); }), codes);
+    for (const Poke& poke : c.pokes) image.bands[poke.plane]->baseAddr[poke.at] = poke.value;
+    if (c.missing < 3) image.dropBand(c.missing);
+    std::string codes;
+    const auto raster = kelmtest::captureRaster([&] { image.send(c.mode, {c.rows}, [](int) {}); });
+    for (const auto& command : kelmtest::parse(raster)) {
+      if (command.is("*r", 'A') || command.is("*r", 'C')) continue;
+      codes += (codes.empty() ? "" : " ") + command.code();
+      if (!command.data.empty()) codes += " " + testsupport::hex(command.data);
+    }
+    EXPECT_EQ(codes, c.codes) << c.name;
   }
 }
 
