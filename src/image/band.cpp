@@ -28,6 +28,13 @@ std::uint64_t fileSize(std::FILE* stream) {
   return size > 0 ? static_cast<std::uint64_t>(size) : 0;
 }
 
+std::uint32_t rowsTheFileHolds(std::uint32_t height, std::uint64_t rowBytes, bool packBits,
+                               std::uint64_t fileSize) {
+  const std::uint64_t bytes = packBits ? fileSize * 64 : fileSize;
+  return static_cast<std::uint32_t>(
+      std::min<std::uint64_t>(height, bytes / std::max<std::uint64_t>(rowBytes, 1)));
+}
+
 void reportCannotOpen(const char* who, const char* path, int error) {
   std::string message = who;
   message += " can't open '";

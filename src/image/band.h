@@ -14,6 +14,11 @@ namespace lximage {
 // The size of an open file in bytes, 0 when it cannot be told; the position is left at 0.
 std::uint64_t fileSize(std::FILE* stream);
 
+// The rows a header may claim, cut to what the file could hold: file size / row bytes, or 64
+// times that for PackBits at its densest; a row of 0 bytes counts as 1.
+std::uint32_t rowsTheFileHolds(std::uint32_t height, std::uint64_t rowBytes, bool packBits,
+                               std::uint64_t fileSize);
+
 // "ERROR! <who> can't open '<path>'. (errno=<e>)\n(<e>)\n" on stderr.
 void reportCannotOpen(const char* who, const char* path, int error);
 

@@ -91,6 +91,7 @@ std::unique_ptr<LXWindowsBMPRecT> LXWindowsBMP_New(const char* path) {
     rec->stream.reset();  // top-down bitmaps are not read
     return rec;
   }
+  rec->height = lximage::rowsTheFileHolds(rec->height, rowBytes, false, fileSize);
   rec->rowBytes = static_cast<std::uint32_t>(rowBytes);
   std::fseek(rec->stream.get(), static_cast<long>(rec->dataOffset), SEEK_SET);
   return rec;

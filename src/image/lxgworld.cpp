@@ -52,7 +52,8 @@ int LXNewGWorld(std::unique_ptr<LXGWorld>* out, int pixelSize, const LXRect& bou
   if (out == nullptr) return EINVAL;
   const std::int64_t w = std::int64_t{bounds.right} - bounds.left;
   const std::int64_t h = std::int64_t{bounds.bottom} - bounds.top;
-  if (w < 0 || h < 0) return fail(EINVAL);
+  // A negative size stands for a huge one (a width of 2^31 or more read as signed).
+  if (w < 0 || h < 0) return fail(ENOMEM);
   const RowLayout layout = rowLayout(pixelSize, static_cast<std::uint64_t>(w));
   const std::uint64_t rowBytes = (layout.bytes + 3) / 4 * 4;
   const std::uint64_t total = rowBytes * static_cast<std::uint64_t>(h);

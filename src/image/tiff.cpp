@@ -127,8 +127,7 @@ void readStripOffsets(LXTiffRecT* rec, const LXTiffIFDT& e, std::uint64_t fileSi
       }
       break;
     default:
-      // These types cannot hold offsets: the last directory's strips are unreadable.
-      rec->stripOffsets.reset();
+      // These types make no table: whatever an earlier directory built stays.
       return;
   }
   rec->stripOffsets = std::move(table);
@@ -336,6 +335,8 @@ std::unique_ptr<LXTiffRecT> LXTiff_New(const char* path) {
     closeStream(rec.get());
     return rec;
   }
+  rec->height = lximage::rowsTheFileHolds(rec->height, rowBytes,
+                                          rec->compression == kTiffCompressionPackBits, fileSize);
   rec->rowBytes = static_cast<std::uint32_t>(rowBytes);
   for (std::size_t i = 0; i < 4; ++i) {
     rec->sampleRowBytes[i] = static_cast<std::uint32_t>(sampleRowBytes[i]);

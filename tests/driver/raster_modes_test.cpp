@@ -377,4 +377,37 @@ TEST_P(RasterModes, RowsAreTheConvertedPixels) {
 INSTANTIATE_TEST_SUITE_P(Jobs, RasterModes, testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
 
+// Damaged files print what they hold and no more: a header claiming two billion rows stays a
+// small print file.
+TEST(DamagedImages, PrintWhatTheFileHolds) {
+  using imagetest::grayFile;
+  const Bytes noTypeStrips = imagetest::directoryBytes(false, {{273, 0xFFFF, 1, 12}}, 0);
+  const struct {
+    const char* name;
+    Bytes file;
+    std::string error;
+    std::size_t rows;
+  } cases[] = {
+      {"k.tif", grayFile({.height = 0x7FFFFFFF}), "", 22},
+      {"k.bmp", imagetest::bmpFile(4, 0x7FFFFFFF, 8, {{1, 2, 3, 4}}), "", 14},
+      {"k.tif", grayFile({.extra = noTypeStrips, .next = imagetest::kExtraAt}), "", 4},
+      {"k.tif", grayFile({.width = 0x80000000, .drop = {273}}), "ERROR! LXewGWorld failed.(12)\n",
+       0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    testsupport::TempDir dir;
+    testsupport::writeFile(dir / c.name, c.file);
+    testing::internal::CaptureStderr();
+    const auto commands = rasterjob::printJob(
+        dir, "", "",
+        "[Image]\nImageFileK=\"" + std::string(c.name) +
+            "\"\nColorSpace=5\nCompressionMode=0\nNumOfPlanes=1\nPixelDepthK=8\n" + kCommon);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.error);
+    const auto images = rasterjob::rebuild(commands);
+    EXPECT_EQ(images.empty() ? 0 : images[0].rows(), c.rows);
+    EXPECT_LT(std::filesystem::file_size(dir / "job.dat"), 1u << 20);
+  }
+}
+
 }  // namespace

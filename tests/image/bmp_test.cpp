@@ -117,14 +117,15 @@ TEST(BmpOpen, RefusedHeaders) {
     Bytes file;
     bool opens;
     std::uint32_t width;
+    std::int32_t grayRows = 0;
   } cases[] = {
       {"NotBM", notBM, false, 0},
       {"ShortHeader", Bytes{'B', 'M', 0, 0}, false, 0},
       {"TopDown", imagetest::bmpFile(3, -2, 8, kGrayRows), false, 3},
       {"HugeWidth", imagetest::bmpFile(0x7FFFFFFF, 2, 24, kGrayRows), false, 0},
       {"NegativeBitCount", imagetest::bmpFile(3, 2, 0x88, kGrayRows), false, 0},
-      // Rows past the end of the file read short but still count.
-      {"Truncated", imagetest::bmpFile(3, 400, 8, kGrayRows), true, 3},
+      // Never more rows than the file's 62 bytes hold; rows past its end read short but count.
+      {"Truncated", imagetest::bmpFile(3, 400, 8, kGrayRows), true, 3, 15},
       // A 48-bit image is accepted, its rows left white.
       {"FortyEightBit", imagetest::bmpFile(1, 1, 48, {Bytes(8, 0x12)}), true, 1},
   };
@@ -136,8 +137,7 @@ TEST(BmpOpen, RefusedHeaders) {
     EXPECT_EQ(bmp->width, c.width);
     auto gray = imagetest::makeBand(8, 3, 300);
     auto r = imagetest::makeBand(10, 3, 300);
-    EXPECT_EQ(LXWindowsBMP_ReadNextRasterBlock(bmp.get(), gray.get(), nullptr),
-              c.opens && bmp->bitsPerPixel == 8 ? 300 : 0);
+    EXPECT_EQ(LXWindowsBMP_ReadNextRasterBlock(bmp.get(), gray.get(), nullptr), c.grayRows);
     LXWindowsBMP_Rewind(bmp.get());
     EXPECT_EQ(LXWindowsBMP_ReadNextRasterBlockRGB(bmp.get(), r.get(), r.get(), r.get()),
               c.opens && bmp->bitsPerPixel == 48 ? 1 : 0);

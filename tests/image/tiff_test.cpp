@@ -78,11 +78,16 @@ TEST(TiffOpen, DirectoryWalkAndStripTables) {
            {.big = true, .set = {{kStrips, kShort, 3, kExtraAt}}, .extra = {0, 8, 0, 12, 0, 16}}),
        true, 4, 4, 8, 0x000C0008, 4},
       {"WidthBeyondFile", grayFile({.width = 0x7FFFFFFF}), false, 0, 0, 8, 0, 0},
+      // No more rows than the file holds: 102 bytes of PackBits decode to 6528 at most.
       {"PackBitsRowFitsCompressed",
-       grayFile({.width = 4000, .set = {{kCompression, kShort, 1, 32773}}}), true, 4000, 4, 8, 8,
+       grayFile({.width = 4000, .set = {{kCompression, kShort, 1, 32773}}}), true, 4000, 1, 8, 8,
        4},
+      {"HeightCutToFile", grayFile({.height = 0x80000000}), true, 4, 22, 8, 8, 0x80000000},
       // The last directory wins; a chain back to a walked directory ends the walk.
       {"TwoDirectories", grayFile({.extra = second, .next = kExtraAt}), true, 2, 3, 8, 12, 3},
+      {"LaterStripsOfNoTypeKeepTheTable",
+       grayFile({.extra = directoryBytes(false, {{kStrips, 0xFFFF, 1, 12}}, 0), .next = kExtraAt}),
+       true, 4, 4, 8, 8, 4},
       {"DirectoryLoop",
        grayFile({.extra = directoryBytes(false, grayEntries(2, 3, 12), kExtraAt + 66),
                  .next = kExtraAt}),
