@@ -2,7 +2,7 @@
 #include <string>
 
 #include "cmdfile/cmdfile_info.h"
-#include "config/config.h"
+#include "text/text.h"
 
 namespace {
 

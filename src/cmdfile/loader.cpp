@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "cmdfile/cmdfile_info.h"
-#include "config/config.h"
+#include "text/text.h"
 
 namespace {
 

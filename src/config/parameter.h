@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "image/reduction.h"
+#include "kelm/pjl_line.h"
+#include "zelp/raw_packet_record.h"
 
 struct _CMDFILEINFO;
 
@@ -83,20 +85,6 @@ struct imageParameter {
 struct imageProcessingFile {
   char path[kPathSize] = {};
   std::unique_ptr<imageProcessingFile> next;
-};
-
-struct newPJLLine {
-  char text[256] = {};
-  std::unique_ptr<newPJLLine> next;
-};
-
-// A job-control packet given byte by byte ([ZELP_Raw]) or built from a command definition.
-// Its length is data.size().
-struct rawPacket {
-  std::vector<unsigned char> data;
-  std::uint32_t operation = 0;
-  int lineNumber = 0;
-  std::unique_ptr<rawPacket> next;
 };
 
 // One key or header line as read, kept while the file is read.

@@ -1,4 +1,4 @@
-#include "cmdfile/raw_packet.h"
+#include "config/raw_packet.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -7,6 +7,7 @@
 
 #include "cmdfile/cmdfile_info.h"
 #include "config/config.h"
+#include "text/text.h"
 
 namespace {
 

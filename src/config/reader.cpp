@@ -4,11 +4,12 @@
 #include <cstring>
 #include <memory>
 
-#include "cmdfile/raw_packet.h"
 #include "config/config.h"
 #include "config/path.h"
+#include "config/raw_packet.h"
 #include "config/sections.h"
 #include "config/values.h"
+#include "text/text.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 
 #include "config/config.h"
 #include "image/reduction.h"
+#include "text/text.h"
 
 constexpr IDSymbol gIDSymbolTable[kIDSymbolCount + 1] = {
     {2, "id_val_input_tray_named"},

@@ -7,9 +7,9 @@
 #include <span>
 #include <vector>
 
-#include "config/parameter.h"
 #include "zelp/framing.h"
 #include "zelp/lxfile.h"
+#include "zelp/raw_packet_record.h"
 #include "zelp/store.h"
 #include "zelp/zelp.h"
 

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <vector>
 
-#include "config/parameter.h"
 #include "zelp/lxfile.h"
+#include "zelp/raw_packet_record.h"
 #include "zelp/zelp.h"
 
 namespace {
