@@ -3,36 +3,23 @@
 
 #include "driver/driver.h"
 #include "image/lxbmp.h"
+#include "kelm/codes.h"
 #include "kelm/kelm.h"
+
+using namespace kelm;
 
 namespace {
 
 constexpr std::int32_t kBandRows = 300;
 
-// Band buffer slots, one per plane.
-enum Slot {
-  kSlotK,
-  kSlotC,
-  kSlotM,
-  kSlotY,
-  kSlotc,
-  kSlotm,
-  kSlotGy,
-  kSlotPgy,
-  kSlotR,
-  kSlotG,
-  kSlotB,
-  kSlotCount
-};
-
 using Reader = std::unique_ptr<LXBMPRecT>;
 
-bool given(const imageParameter* e, ImageFileIndex file) {
+bool given(const imageParameter* e, int file) {
   return e->imageFile[file][0] != '\0';
 }
 
 // Opens the file when it is given; false when a given file cannot be opened.
-bool openIfGiven(const imageParameter* e, ImageFileIndex file, Reader* reader) {
+bool openIfGiven(const imageParameter* e, int file, Reader* reader) {
   if (!given(e, file)) return true;
   *reader = LXBMP_New(e->imageFile[file]);
   return *reader != nullptr;
@@ -64,50 +51,47 @@ void prepareBand(std::unique_ptr<LXGWorld>* slot, const LXBMPRecT* reader, LXRec
 
 int processKELMImageData(const imageParameter* entry) {
   Reader rgb, cmykCheck;
-  std::array<Reader, kSlotCount> readers;
+  std::array<Reader, kPlaneCount> readers;
   if (!openIfGiven(entry, kFileRGB, &rgb)) return 1;
   const bool cmyk = given(entry, kFileCMYK);
   if (cmyk) {
     // The first handle only proves the file opens; each ink plane reads through its own.
     if (!openIfGiven(entry, kFileCMYK, &cmykCheck)) return 1;
-    for (Slot s : {kSlotK, kSlotC, kSlotM, kSlotY}) {
+    for (Plane s : {kPlaneK, kPlaneC, kPlaneM, kPlaneY}) {
       if (!openIfGiven(entry, kFileCMYK, &readers[s])) return 1;
     }
   } else {
-    if (!openIfGiven(entry, kFileK, &readers[kSlotK]) ||
-        !openIfGiven(entry, kFileC, &readers[kSlotC]) ||
-        !openIfGiven(entry, kFileM, &readers[kSlotM]) ||
-        !openIfGiven(entry, kFileY, &readers[kSlotY])) {
+    if (!openIfGiven(entry, kPlaneK, &readers[kPlaneK]) ||
+        !openIfGiven(entry, kPlaneC, &readers[kPlaneC]) ||
+        !openIfGiven(entry, kPlaneM, &readers[kPlaneM]) ||
+        !openIfGiven(entry, kPlaneY, &readers[kPlaneY])) {
       return 1;
     }
   }
-  if (!openIfGiven(entry, kFilec, &readers[kSlotc]) ||
-      !openIfGiven(entry, kFilem, &readers[kSlotm]) ||
-      !openIfGiven(entry, kFileGy, &readers[kSlotGy]) ||
-      !openIfGiven(entry, kFilePgy, &readers[kSlotPgy]) ||
-      !openIfGiven(entry, kFileR, &readers[kSlotR]) ||
-      !openIfGiven(entry, kFileG, &readers[kSlotG]) ||
-      !openIfGiven(entry, kFileB, &readers[kSlotB])) {
+  if (!openIfGiven(entry, kPlanec, &readers[kPlanec]) ||
+      !openIfGiven(entry, kPlanem, &readers[kPlanem]) ||
+      !openIfGiven(entry, kPlaneGy, &readers[kPlaneGy]) ||
+      !openIfGiven(entry, kPlanePgy, &readers[kPlanePgy]) ||
+      !openIfGiven(entry, kPlaneR, &readers[kPlaneR]) ||
+      !openIfGiven(entry, kPlaneG, &readers[kPlaneG]) ||
+      !openIfGiven(entry, kPlaneB, &readers[kPlaneB])) {
     return 1;
   }
 
   const int* depth = entry->pixelDepth;
-  std::array<std::unique_ptr<LXGWorld>, kSlotCount> bands;
+  std::array<std::unique_ptr<LXGWorld>, kPlaneCount> bands;
   LXRect rect;
   if (rgb) {
-    prepareBand(&bands[kSlotR], rgb.get(), &rect, depth[kDepthR]);
-    prepareBand(&bands[kSlotG], rgb.get(), &rect, depth[kDepthG]);
-    prepareBand(&bands[kSlotB], rgb.get(), &rect, depth[kDepthB]);
+    prepareBand(&bands[kPlaneR], rgb.get(), &rect, depth[kPlaneR]);
+    prepareBand(&bands[kPlaneG], rgb.get(), &rect, depth[kPlaneG]);
+    prepareBand(&bands[kPlaneB], rgb.get(), &rect, depth[kPlaneB]);
   } else {
-    prepareBand(&bands[kSlotR], readers[kSlotR].get(), &rect, depth[kDepthR]);
-    prepareBand(&bands[kSlotG], readers[kSlotG].get(), &rect, depth[kDepthG]);
-    prepareBand(&bands[kSlotB], readers[kSlotB].get(), &rect, depth[kDepthB]);
+    prepareBand(&bands[kPlaneR], readers[kPlaneR].get(), &rect, depth[kPlaneR]);
+    prepareBand(&bands[kPlaneG], readers[kPlaneG].get(), &rect, depth[kPlaneG]);
+    prepareBand(&bands[kPlaneB], readers[kPlaneB].get(), &rect, depth[kPlaneB]);
   }
-  static constexpr std::pair<Slot, PixelDepthIndex> kInkBands[] = {
-      {kSlotK, kDepthK}, {kSlotC, kDepthC}, {kSlotM, kDepthM},   {kSlotY, kDepthY},
-      {kSlotc, kDepthc}, {kSlotm, kDepthm}, {kSlotGy, kDepthGy}, {kSlotPgy, kDepthPgy}};
-  for (const auto& [slot, d] : kInkBands) {
-    prepareBand(&bands[slot], readers[slot].get(), &rect, depth[d]);
+  for (Plane ink : {kPlaneK, kPlaneC, kPlaneM, kPlaneY, kPlanec, kPlanem, kPlaneGy, kPlanePgy}) {
+    prepareBand(&bands[ink], readers[ink].get(), &rect, depth[ink]);
   }
 
   KELM_SendTopOfPage(entry->sameImageConfiguration, entry->sameGraphicResolutionH,
@@ -127,17 +111,12 @@ int processKELMImageData(const imageParameter* entry) {
   KELM_SendStartRasterMode();
   sendVerticalOffset(entry->yOffset, entry->yOffsetSign);
 
-  // Planes in the order the printer expects them.
-  static constexpr std::pair<Slot, PixelDepthIndex> kPlaneOrder[] = {
-      {kSlotK, kDepthK}, {kSlotC, kDepthC}, {kSlotc, kDepthc},   {kSlotM, kDepthM},
-      {kSlotm, kDepthm}, {kSlotY, kDepthY}, {kSlotGy, kDepthGy}, {kSlotPgy, kDepthPgy},
-      {kSlotR, kDepthR}, {kSlotG, kDepthG}, {kSlotB, kDepthB}};
   std::unique_ptr<KELMPlane> planes;
-  for (const auto& [slot, d] : kPlaneOrder) {
-    if (depth[d] > 0) {
+  for (Plane p : kPrinterPlaneOrder) {
+    if (depth[p] > 0) {
       KELMPlane* plane = addPlane(planes);
-      plane->world = bands[slot].get();
-      plane->depth = static_cast<std::int8_t>(depth[d]);
+      plane->world = bands[p].get();
+      plane->depth = static_cast<std::int8_t>(depth[p]);
     }
   }
 
@@ -147,33 +126,30 @@ int processKELMImageData(const imageParameter* entry) {
   const unsigned char* const* level = entry->indexLevel;
   for (;;) {
     std::int32_t rows = atLeastZero(LXBMP_ReadNextRasterBlockRGB(
-        rgb.get(), bands[kSlotR].get(), bands[kSlotG].get(), bands[kSlotB].get()));
+        rgb.get(), bands[kPlaneR].get(), bands[kPlaneG].get(), bands[kPlaneB].get()));
     auto take = [&rows](std::int32_t n) { rows = std::max(rows, n); };
     if (cmyk) {
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotK].get(), bands[kSlotK].get(), level[kLevelK],
-                                         3));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotC].get(), bands[kSlotC].get(), level[kLevelC],
-                                         0));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotc].get(), bands[kSlotc].get(), level[kLevelc],
-                                         0));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotM].get(), bands[kSlotM].get(), level[kLevelM],
-                                         1));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotm].get(), bands[kSlotm].get(), level[kLevelm],
-                                         1));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotY].get(), bands[kSlotY].get(), level[kLevelY],
-                                         2));
+      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlaneK].get(), bands[kPlaneK].get(),
+                                         level[kPlaneK], 3));
+      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlaneC].get(), bands[kPlaneC].get(),
+                                         level[kPlaneC], 0));
+      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlanec].get(), bands[kPlanec].get(),
+                                         level[kPlanec], 0));
+      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlaneM].get(), bands[kPlaneM].get(),
+                                         level[kPlaneM], 1));
+      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlanem].get(), bands[kPlanem].get(),
+                                         level[kPlanem], 1));
+      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlaneY].get(), bands[kPlaneY].get(),
+                                         level[kPlaneY], 2));
     } else {
-      static constexpr std::pair<Slot, IndexLevelIndex> kInkReads[] = {
-          {kSlotK, kLevelK}, {kSlotC, kLevelC}, {kSlotc, kLevelc},
-          {kSlotM, kLevelM}, {kSlotm, kLevelm}, {kSlotY, kLevelY}};
-      for (const auto& [slot, l] : kInkReads) {
-        take(LXBMP_ReadNextRasterBlock(readers[slot].get(), bands[slot].get(), level[l]));
+      for (Plane ink : {kPlaneK, kPlaneC, kPlanec, kPlaneM, kPlanem, kPlaneY}) {
+        take(LXBMP_ReadNextRasterBlock(readers[ink].get(), bands[ink].get(), level[ink]));
       }
-      take(LXBMP_ReadNextRasterBlock(readers[kSlotGy].get(), bands[kSlotGy].get(), nullptr));
-      take(LXBMP_ReadNextRasterBlock(readers[kSlotPgy].get(), bands[kSlotPgy].get(), nullptr));
+      take(LXBMP_ReadNextRasterBlock(readers[kPlaneGy].get(), bands[kPlaneGy].get(), nullptr));
+      take(LXBMP_ReadNextRasterBlock(readers[kPlanePgy].get(), bands[kPlanePgy].get(), nullptr));
     }
-    if (given(entry, kFileR) || given(entry, kFileG) || given(entry, kFileB)) {
-      for (Slot s : {kSlotR, kSlotG, kSlotB}) {
+    if (given(entry, kPlaneR) || given(entry, kPlaneG) || given(entry, kPlaneB)) {
+      for (Plane s : {kPlaneR, kPlaneG, kPlaneB}) {
         take(LXBMP_ReadNextRasterBlock(readers[s].get(), bands[s].get(), nullptr));
       }
     }
