@@ -1,3 +1,4 @@
+// Text predicates and number values of the command definition language.
 #include <cstring>
 #include <string>
 

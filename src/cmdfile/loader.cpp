@@ -1,3 +1,4 @@
+// Loads the command definition file into its sections, collecting the errors it finds.
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>

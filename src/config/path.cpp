@@ -1,3 +1,4 @@
+// Image file names of a configuration turned into "/"-separated full paths.
 #include "config/path.h"
 
 #include <cstdlib>

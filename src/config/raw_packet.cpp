@@ -1,3 +1,4 @@
+// Raw packets from [ZELP_Raw] sections and from [ZELP] lines naming a defined command.
 #include "config/raw_packet.h"
 
 #include <cstdio>

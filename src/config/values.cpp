@@ -1,3 +1,4 @@
+// Value parsers of the configuration keys and the symbol table they look names up in.
 #include "config/values.h"
 
 #include <climits>

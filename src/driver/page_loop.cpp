@@ -1,3 +1,4 @@
+// One image entry on the page: opens its files, fills the bands and sends them plane by plane.
 #include <algorithm>
 #include <array>
 
@@ -49,51 +50,54 @@ void prepareBand(std::unique_ptr<LXGWorld>* slot, const LXBMPRecT* reader, LXRec
   LXNewGWorld(slot, depth16, *rect);
 }
 
-int processKELMImageData(const imageParameter* entry) {
-  Reader rgb, cmykCheck;
-  std::array<Reader, kPlaneCount> readers;
-  if (!openIfGiven(entry, kFileRGB, &rgb)) return 1;
-  const bool cmyk = given(entry, kFileCMYK);
-  if (cmyk) {
-    // The first handle only proves the file opens; each ink plane reads through its own.
-    if (!openIfGiven(entry, kFileCMYK, &cmykCheck)) return 1;
-    for (Plane s : {kPlaneK, kPlaneC, kPlaneM, kPlaneY}) {
-      if (!openIfGiven(entry, kFileCMYK, &readers[s])) return 1;
-    }
-  } else {
-    if (!openIfGiven(entry, kPlaneK, &readers[kPlaneK]) ||
-        !openIfGiven(entry, kPlaneC, &readers[kPlaneC]) ||
-        !openIfGiven(entry, kPlaneM, &readers[kPlaneM]) ||
-        !openIfGiven(entry, kPlaneY, &readers[kPlaneY])) {
-      return 1;
-    }
-  }
-  if (!openIfGiven(entry, kPlanec, &readers[kPlanec]) ||
-      !openIfGiven(entry, kPlanem, &readers[kPlanem]) ||
-      !openIfGiven(entry, kPlaneGy, &readers[kPlaneGy]) ||
-      !openIfGiven(entry, kPlanePgy, &readers[kPlanePgy]) ||
-      !openIfGiven(entry, kPlaneR, &readers[kPlaneR]) ||
-      !openIfGiven(entry, kPlaneG, &readers[kPlaneG]) ||
-      !openIfGiven(entry, kPlaneB, &readers[kPlaneB])) {
-    return 1;
-  }
+namespace {
 
-  const int* depth = entry->pixelDepth;
-  std::array<std::unique_ptr<LXGWorld>, kPlaneCount> bands;
-  LXRect rect;
-  if (rgb) {
-    prepareBand(&bands[kPlaneR], rgb.get(), &rect, depth[kPlaneR]);
-    prepareBand(&bands[kPlaneG], rgb.get(), &rect, depth[kPlaneG]);
-    prepareBand(&bands[kPlaneB], rgb.get(), &rect, depth[kPlaneB]);
+using Bands = std::array<std::unique_ptr<LXGWorld>, kPlaneCount>;
+
+// The entry's open files: one reader per plane file, or several readers of one CMYK file.
+struct ImageFiles {
+  Reader rgb;
+  Reader cmykCheck;
+  std::array<Reader, kPlaneCount> readers;
+  bool cmyk = false;
+};
+
+// Opens every file the entry names; false as soon as one cannot be opened.
+bool openImageFiles(const imageParameter* entry, ImageFiles* files) {
+  auto& readers = files->readers;
+  if (!openIfGiven(entry, kFileRGB, &files->rgb)) return false;
+  files->cmyk = given(entry, kFileCMYK);
+  if (files->cmyk) {
+    // The first handle only proves the file opens; each ink plane reads through its own.
+    if (!openIfGiven(entry, kFileCMYK, &files->cmykCheck)) return false;
+    for (Plane s : {kPlaneK, kPlaneC, kPlaneM, kPlaneY}) {
+      if (!openIfGiven(entry, kFileCMYK, &readers[s])) return false;
+    }
   } else {
-    prepareBand(&bands[kPlaneR], readers[kPlaneR].get(), &rect, depth[kPlaneR]);
-    prepareBand(&bands[kPlaneG], readers[kPlaneG].get(), &rect, depth[kPlaneG]);
-    prepareBand(&bands[kPlaneB], readers[kPlaneB].get(), &rect, depth[kPlaneB]);
+    for (Plane s : {kPlaneK, kPlaneC, kPlaneM, kPlaneY}) {
+      if (!openIfGiven(entry, s, &readers[s])) return false;
+    }
+  }
+  for (Plane s : {kPlanec, kPlanem, kPlaneGy, kPlanePgy, kPlaneR, kPlaneG, kPlaneB}) {
+    if (!openIfGiven(entry, s, &readers[s])) return false;
+  }
+  return true;
+}
+
+// A band buffer, as wide as its file, for every plane with a file and a depth.
+void prepareBands(const int* depth, const ImageFiles& files, Bands* bands) {
+  LXRect rect;
+  for (Plane s : {kPlaneR, kPlaneG, kPlaneB}) {
+    const LXBMPRecT* reader = files.rgb ? files.rgb.get() : files.readers[s].get();
+    prepareBand(&(*bands)[s], reader, &rect, depth[s]);
   }
   for (Plane ink : {kPlaneK, kPlaneC, kPlaneM, kPlaneY, kPlanec, kPlanem, kPlaneGy, kPlanePgy}) {
-    prepareBand(&bands[ink], readers[ink].get(), &rect, depth[ink]);
+    prepareBand(&(*bands)[ink], files.readers[ink].get(), &rect, depth[ink]);
   }
+}
 
+// Page commands, cursor moves and vertical offsets, up to the start of raster mode.
+void sendImageStart(const imageParameter* entry) {
   KELM_SendTopOfPage(entry->sameImageConfiguration, entry->sameGraphicResolutionH,
                      entry->sameGraphicResolutionV);
   sendVerticalOffset(entry->yOffsetC, entry->yOffsetCSign);
@@ -110,7 +114,10 @@ int processKELMImageData(const imageParameter* entry) {
   sendVerticalOffset(entry->yOffsetCWithPosition, entry->yOffsetCWithPositionSign);
   KELM_SendStartRasterMode();
   sendVerticalOffset(entry->yOffset, entry->yOffsetSign);
+}
 
+// The planes with a positive depth, in the order the printer takes them.
+std::unique_ptr<KELMPlane> planesInPrinterOrder(const int* depth, const Bands& bands) {
   std::unique_ptr<KELMPlane> planes;
   for (Plane p : kPrinterPlaneOrder) {
     if (depth[p] > 0) {
@@ -119,48 +126,61 @@ int processKELMImageData(const imageParameter* entry) {
       plane->depth = static_cast<std::int8_t>(depth[p]);
     }
   }
+  return planes;
+}
+
+// Fills the bands with the next rows of every file; the most rows any of them gave.
+std::int32_t readNextBand(const imageParameter* entry, const ImageFiles& files, Bands& bands) {
+  const auto& readers = files.readers;
+  const unsigned char* const* level = entry->indexLevel;
+  std::int32_t rows = atLeastZero(LXBMP_ReadNextRasterBlockRGB(
+      files.rgb.get(), bands[kPlaneR].get(), bands[kPlaneG].get(), bands[kPlaneB].get()));
+  auto take = [&rows](std::int32_t n) { rows = std::max(rows, n); };
+  if (files.cmyk) {
+    // The channel each ink takes from its reader; the light inks take their full ink's.
+    static constexpr std::pair<Plane, int> kChannels[] = {{kPlaneK, 3}, {kPlaneC, 0}, {kPlanec, 0},
+                                                          {kPlaneM, 1}, {kPlanem, 1}, {kPlaneY, 2}};
+    for (const auto& [ink, channel] : kChannels) {
+      take(
+          LXBMP_ReadNextRasterBlockCMYK(readers[ink].get(), bands[ink].get(), level[ink], channel));
+    }
+  } else {
+    for (Plane ink : {kPlaneK, kPlaneC, kPlanec, kPlaneM, kPlanem, kPlaneY}) {
+      take(LXBMP_ReadNextRasterBlock(readers[ink].get(), bands[ink].get(), level[ink]));
+    }
+    take(LXBMP_ReadNextRasterBlock(readers[kPlaneGy].get(), bands[kPlaneGy].get(), nullptr));
+    take(LXBMP_ReadNextRasterBlock(readers[kPlanePgy].get(), bands[kPlanePgy].get(), nullptr));
+  }
+  if (given(entry, kPlaneR) || given(entry, kPlaneG) || given(entry, kPlaneB)) {
+    for (Plane s : {kPlaneR, kPlaneG, kPlaneB}) {
+      take(LXBMP_ReadNextRasterBlock(readers[s].get(), bands[s].get(), nullptr));
+    }
+  }
+  return rows;
+}
+
+}  // namespace
+
+int processKELMImageData(const imageParameter* entry) {
+  ImageFiles files;
+  if (!openImageFiles(entry, &files)) return 1;
+  Bands bands;
+  prepareBands(entry->pixelDepth, files, &bands);
+  sendImageStart(entry);
+  std::unique_ptr<KELMPlane> planes = planesInPrinterOrder(entry->pixelDepth, bands);
 
   const int kept = KELM_KeepWorkingMemory(planes.get(), entry->mode);
   if (kept != 0) return kept;
-
-  const unsigned char* const* level = entry->indexLevel;
   for (;;) {
-    std::int32_t rows = atLeastZero(LXBMP_ReadNextRasterBlockRGB(
-        rgb.get(), bands[kPlaneR].get(), bands[kPlaneG].get(), bands[kPlaneB].get()));
-    auto take = [&rows](std::int32_t n) { rows = std::max(rows, n); };
-    if (cmyk) {
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlaneK].get(), bands[kPlaneK].get(),
-                                         level[kPlaneK], 3));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlaneC].get(), bands[kPlaneC].get(),
-                                         level[kPlaneC], 0));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlanec].get(), bands[kPlanec].get(),
-                                         level[kPlanec], 0));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlaneM].get(), bands[kPlaneM].get(),
-                                         level[kPlaneM], 1));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlanem].get(), bands[kPlanem].get(),
-                                         level[kPlanem], 1));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kPlaneY].get(), bands[kPlaneY].get(),
-                                         level[kPlaneY], 2));
-    } else {
-      for (Plane ink : {kPlaneK, kPlaneC, kPlanec, kPlaneM, kPlanem, kPlaneY}) {
-        take(LXBMP_ReadNextRasterBlock(readers[ink].get(), bands[ink].get(), level[ink]));
-      }
-      take(LXBMP_ReadNextRasterBlock(readers[kPlaneGy].get(), bands[kPlaneGy].get(), nullptr));
-      take(LXBMP_ReadNextRasterBlock(readers[kPlanePgy].get(), bands[kPlanePgy].get(), nullptr));
-    }
-    if (given(entry, kPlaneR) || given(entry, kPlaneG) || given(entry, kPlaneB)) {
-      for (Plane s : {kPlaneR, kPlaneG, kPlaneB}) {
-        take(LXBMP_ReadNextRasterBlock(readers[s].get(), bands[s].get(), nullptr));
-      }
-    }
+    const std::int32_t rows = readNextBand(entry, files, bands);
     if (rows < 1) break;
     KELM_SendBand(planes.get(), rows, entry->mode);
   }
 
   KELM_SendEndRasterMode();
-  LXBMP_Delete(std::move(rgb));
-  LXBMP_Delete(std::move(cmykCheck));
-  for (Reader& reader : readers) LXBMP_Delete(std::move(reader));
+  LXBMP_Delete(std::move(files.rgb));
+  LXBMP_Delete(std::move(files.cmykCheck));
+  for (Reader& reader : files.readers) LXBMP_Delete(std::move(reader));
   deletePlane(planes);
   for (auto& band : bands) band.reset();
   KELM_FreeWorkingMemory(entry->mode);

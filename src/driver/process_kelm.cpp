@@ -1,3 +1,4 @@
+// Raster settings of the record into the encoder: job header, image setup, printable width.
 #include <algorithm>
 #include <cstring>
 

@@ -1,3 +1,4 @@
+// Print-file decoder: packets, their attributes and methods, and the job's shape.
 #include "inspect/packets.h"
 
 #include <cstdarg>

@@ -1,3 +1,4 @@
+// Raster stream decoder: commands, row decoding and the rebuilt planes of each image.
 #include "inspect/raster.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The raster encoder: settings, PJL job header, page and cursor commands, band emission.
 #include "kelm/kelm.h"
 
 #include <algorithm>

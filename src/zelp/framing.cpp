@@ -1,3 +1,4 @@
+// Packet framing: headers, data packets from the write buffer, raw packets, the job byte count.
 #include "zelp/framing.h"
 
 #include <cstring>
