@@ -13,7 +13,7 @@ declare -A allowed=(
   [kelm]="zelp image"
   [config]="cmdfile text image zelp kelm"
   [inspect]="zelp/codes.h kelm/codes.h"
-  [driver]="config cmdfile kelm zelp image text zelpgen"
+  [driver]="config cmdfile kelm zelp image zelpgen"
 )
 
 status=0
