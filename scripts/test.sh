@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Builds and runs every test twice: a plain build, then one with AddressSanitizer and
-# UndefinedBehaviorSanitizer.
+# Checks that folders include one way, then builds and runs every test twice: a plain build,
+# then one with AddressSanitizer and UndefinedBehaviorSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+bash scripts/check-includes.sh
 bash scripts/deps.sh test
 jobs="$(nproc)"
 for variant in plain sanitize; do

@@ -1,8 +1,9 @@
+// Text predicates and number values of the command definition language.
 #include <cstring>
 #include <string>
 
 #include "cmdfile/cmdfile_info.h"
-#include "config/config.h"
+#include "text/text.h"
 
 namespace {
 

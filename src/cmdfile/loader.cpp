@@ -1,3 +1,4 @@
+// Loads the command definition file into its sections, collecting the errors it finds.
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -6,7 +7,7 @@
 #include <system_error>
 
 #include "cmdfile/cmdfile_info.h"
-#include "config/config.h"
+#include "text/text.h"
 
 namespace {
 

@@ -13,15 +13,6 @@ char* setDefaultFileName(const char* name);
 void parseParameter(const char* path, parameter* p);
 void disposeParameter(std::unique_ptr<parameter> p);
 
-// Text helpers shared with the command definition file.
-char* sReadLine(char* buf, int size, std::FILE* fp);
-char* trimSpaces(char* s);
-bool isDecimalDigit(char c);
-// 0..15 for a hexadecimal digit of either case, -1 otherwise.
-int hexDigitValue(char c);
-// True when the text starts with 0x or 0X.
-bool hasHexPrefix(const char* text);
-
 // The record and its lists. Every add appends at the tail (setting the head when the list was
 // empty) and returns the new node.
 void initCommonParameter(parameter* p);

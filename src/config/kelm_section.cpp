@@ -8,6 +8,9 @@
 #include "config/sections.h"
 #include "config/values.h"
 #include "image/reduction.h"
+#include "kelm/codes.h"
+
+using namespace kelm;
 
 namespace {
 
@@ -44,15 +47,15 @@ constexpr KELMKey kKELMKeys[] = {
 
 using ImageHandler = int (*)(cfgLine*, imageParameter*);
 
-template <ImageFileIndex I>
+template <int I>
 int imageFile(cfgLine* l, imageParameter* e) {
   return parseParameterString(l->key, l->key, l->value, e->imageFile[I], l);
 }
-template <PixelDepthIndex I>
+template <Plane I>
 int pixelDepth(cfgLine* l, imageParameter* e) {
   return parseParameterInteger(l->key, l->key, l->value, &e->pixelDepth[I], l);
 }
-template <IndexLevelIndex I>
+template <Plane I>
 int indexLevel(cfgLine* l, imageParameter* e) {
   return parseIndexLevel(l->key, l->key, l->value, &e->indexLevel[I], l);
 }
@@ -95,89 +98,89 @@ constexpr ImageKey kImageKeys[] = {
     {"YOffsetC", yOffsetC},
     {"YOffset", yOffset},
     {"ImageFileCMYK", imageFile<kFileCMYK>},
-    {"ImageFileK", imageFile<kFileK>},
-    {"ImageFileC", imageFile<kFileC>},
-    {"ImageFileM", imageFile<kFileM>},
-    {"ImageFileY", imageFile<kFileY>},
-    {"ImageFilec", imageFile<kFilec>},
-    {"ImageFilem", imageFile<kFilem>},
+    {"ImageFileK", imageFile<kPlaneK>},
+    {"ImageFileC", imageFile<kPlaneC>},
+    {"ImageFileM", imageFile<kPlaneM>},
+    {"ImageFileY", imageFile<kPlaneY>},
+    {"ImageFilec", imageFile<kPlanec>},
+    {"ImageFilem", imageFile<kPlanem>},
     {"ImageFileRGB", imageFile<kFileRGB>},
-    {"ImageFileGy", imageFile<kFileGy>},
-    {"ImageFilePgy", imageFile<kFilePgy>},
-    {"ImageFileR", imageFile<kFileR>},
-    {"ImageFileG", imageFile<kFileG>},
-    {"ImageFileB", imageFile<kFileB>},
+    {"ImageFileGy", imageFile<kPlaneGy>},
+    {"ImageFilePgy", imageFile<kPlanePgy>},
+    {"ImageFileR", imageFile<kPlaneR>},
+    {"ImageFileG", imageFile<kPlaneG>},
+    {"ImageFileB", imageFile<kPlaneB>},
     {"ColorSpace", imageIntegerSymbol<&imageParameter::colorSpace>},
     {"CompressionMode", imageIntegerSymbol<&imageParameter::compressionMode>},
     {"NumOfPlanes", imageInteger<&imageParameter::numOfPlanes>},
-    {"PixelDepthK", pixelDepth<kDepthK>},
-    {"PixelDepthC", pixelDepth<kDepthC>},
-    {"PixelDepthM", pixelDepth<kDepthM>},
-    {"PixelDepthY", pixelDepth<kDepthY>},
-    {"PixelDepthc", pixelDepth<kDepthc>},
-    {"PixelDepthm", pixelDepth<kDepthm>},
-    {"PixelDepthR", pixelDepth<kDepthR>},
-    {"PixelDepthG", pixelDepth<kDepthG>},
-    {"PixelDepthB", pixelDepth<kDepthB>},
-    {"PixelDepthGy", pixelDepth<kDepthGy>},
-    {"PixelDepthPgy", pixelDepth<kDepthPgy>},
+    {"PixelDepthK", pixelDepth<kPlaneK>},
+    {"PixelDepthC", pixelDepth<kPlaneC>},
+    {"PixelDepthM", pixelDepth<kPlaneM>},
+    {"PixelDepthY", pixelDepth<kPlaneY>},
+    {"PixelDepthc", pixelDepth<kPlanec>},
+    {"PixelDepthm", pixelDepth<kPlanem>},
+    {"PixelDepthR", pixelDepth<kPlaneR>},
+    {"PixelDepthG", pixelDepth<kPlaneG>},
+    {"PixelDepthB", pixelDepth<kPlaneB>},
+    {"PixelDepthGy", pixelDepth<kPlaneGy>},
+    {"PixelDepthPgy", pixelDepth<kPlanePgy>},
     {"GraphicResolutionH", imageInteger<&imageParameter::graphicResolutionH>},
     {"GraphicResolutionV", imageInteger<&imageParameter::graphicResolutionV>},
-    {"IndexLevelK", indexLevel<kLevelK>},
-    {"IndexLevelC", indexLevel<kLevelC>},
-    {"IndexLevelM", indexLevel<kLevelM>},
-    {"IndexLevelY", indexLevel<kLevelY>},
-    {"IndexLevelc", indexLevel<kLevelc>},
-    {"IndexLevelm", indexLevel<kLevelm>},
+    {"IndexLevelK", indexLevel<kPlaneK>},
+    {"IndexLevelC", indexLevel<kPlaneC>},
+    {"IndexLevelM", indexLevel<kPlaneM>},
+    {"IndexLevelY", indexLevel<kPlaneY>},
+    {"IndexLevelc", indexLevel<kPlanec>},
+    {"IndexLevelm", indexLevel<kPlanem>},
 };
 
-constexpr const char* kDepthKeys[kPixelDepthCount] = {
+constexpr const char* kDepthKeys[kPlaneCount] = {
     "PixelDepthK", "PixelDepthC", "PixelDepthM", "PixelDepthY",  "PixelDepthc",  "PixelDepthm",
     "PixelDepthR", "PixelDepthG", "PixelDepthB", "PixelDepthGy", "PixelDepthPgy"};
 
 // The depths an image file needs; when one is not positive, all their keys are checked.
 struct FileNeed {
-  ImageFileIndex file;
+  int file;
   int count;
-  PixelDepthIndex depths[4];
+  Plane depths[4];
 };
 
 constexpr FileNeed kFileNeeds[] = {
-    {kFileRGB, 3, {kDepthR, kDepthG, kDepthB}},
-    {kFileCMYK, 4, {kDepthK, kDepthC, kDepthM, kDepthY}},
-    {kFileK, 1, {kDepthK}},
-    {kFileC, 1, {kDepthC}},
-    {kFileM, 1, {kDepthM}},
-    {kFileY, 1, {kDepthY}},
-    {kFilec, 1, {kDepthc}},
-    {kFilem, 1, {kDepthm}},
-    {kFileGy, 1, {kDepthGy}},
-    {kFilePgy, 1, {kDepthPgy}},
-    {kFileR, 1, {kDepthR}},
-    {kFileG, 1, {kDepthG}},
-    {kFileB, 1, {kDepthB}},
+    {kFileRGB, 3, {kPlaneR, kPlaneG, kPlaneB}},
+    {kFileCMYK, 4, {kPlaneK, kPlaneC, kPlaneM, kPlaneY}},
+    {kPlaneK, 1, {kPlaneK}},
+    {kPlaneC, 1, {kPlaneC}},
+    {kPlaneM, 1, {kPlaneM}},
+    {kPlaneY, 1, {kPlaneY}},
+    {kPlanec, 1, {kPlanec}},
+    {kPlanem, 1, {kPlanem}},
+    {kPlaneGy, 1, {kPlaneGy}},
+    {kPlanePgy, 1, {kPlanePgy}},
+    {kPlaneR, 1, {kPlaneR}},
+    {kPlaneG, 1, {kPlaneG}},
+    {kPlaneB, 1, {kPlaneB}},
 };
 
-bool allGiven(const imageParameter* e, std::initializer_list<PixelDepthIndex> depths) {
-  for (PixelDepthIndex d : depths)
+bool allGiven(const imageParameter* e, std::initializer_list<Plane> depths) {
+  for (Plane d : depths)
     if (e->pixelDepth[d] == -1) return false;
   return true;
 }
 
 bool planesAllowed(int colorSpace, int planes) {
   switch (colorSpace) {
-    case 2:
+    case color_space::kRowRGB:
       return planes == 1 || planes == 3;
-    case 3:
+    case color_space::kRowInkMultiLevel:
       return planes == 4 || planes == 6;
-    case 4:
+    case color_space::kRowInkIndex:
       return planes == 1 || planes == 4 || planes == 6;
-    case 5:
+    case color_space::kRowInkBiLevel:
       return (planes >= 1 && planes <= 7) || planes == 11;
-    case 18:
-    case 19:
-    case 20:
-    case 21:
+    case color_space::kPixelRGB:
+    case color_space::kPixelInkMultiLevel:
+    case color_space::kPixelInkIndex:
+    case color_space::kPixelInkBiLevel:
       return planes == 1;
     default:
       return false;
@@ -247,47 +250,49 @@ void checkImageFile(const imageParameter* e, const cfgLine* lines, int fromLine)
     // An explicit depth of 0 passes; a missing one does not. The light magenta file looks for
     // a key no line can have, so it needs a positive depth.
     for (int i = 0; i < need.count; ++i) {
-      const char* key = need.file == kFilem ? "PixelDepthm," : kDepthKeys[need.depths[i]];
+      const char* key = need.file == kPlanem ? "PixelDepthm," : kDepthKeys[need.depths[i]];
       checkParameterInteger(key, -1, lines, fromLine);
     }
   }
 }
 
 void setMode(imageParameter* e) {
-  int family = -1;
+  int found = -1;
   switch (e->colorSpace) {
-    case 3:
-    case 4:
-    case 5:
-    case 19:
-    case 20:
-    case 21:
+    case color_space::kRowInkMultiLevel:
+    case color_space::kRowInkIndex:
+    case color_space::kRowInkBiLevel:
+    case color_space::kPixelInkMultiLevel:
+    case color_space::kPixelInkIndex:
+    case color_space::kPixelInkBiLevel:
       if (e->numOfPlanes == 6 ||
-          allGiven(e, {kDepthK, kDepthC, kDepthM, kDepthY, kDepthc, kDepthm}))
-        family = 5;
+          allGiven(e, {kPlaneK, kPlaneC, kPlaneM, kPlaneY, kPlanec, kPlanem}))
+        found = family::kSixInk;
       else if (e->numOfPlanes == 4 || e->numOfPlanes == 11 ||
-               allGiven(e, {kDepthK, kDepthC, kDepthM, kDepthY}))
-        family = 4;
+               allGiven(e, {kPlaneK, kPlaneC, kPlaneM, kPlaneY}))
+        found = family::kFourInk;
       break;
-    case 2:
+    case color_space::kRowRGB:
       if (e->numOfPlanes == 1) {
-        family = 2;
-        const int depthK = e->pixelDepth[kDepthK];
-        if (depthK == 8 || depthK == 10) e->indexLevel[kLevelK] = kRGBSenseTable;
+        found = family::kRGBOnePlane;
+        const int depthK = e->pixelDepth[kPlaneK];
+        if (depthK == 8 || depthK == 10) e->indexLevel[kPlaneK] = kRGBSenseTable;
       } else if (e->numOfPlanes == 3) {
-        family = 3;
+        found = family::kRGBThreePlanes;
       }
       break;
-    case 18:
-      if (e->pixelDepth[kDepthR] >= 1 && e->pixelDepth[kDepthG] >= 1 && e->pixelDepth[kDepthB] >= 1)
-        family = 10;
+    case color_space::kPixelRGB:
+      if (e->pixelDepth[kPlaneR] >= 1 && e->pixelDepth[kPlaneG] >= 1 && e->pixelDepth[kPlaneB] >= 1)
+        found = family::kPixelRGB;
       break;
     default:
       break;
   }
   const int code = e->compressionMode;
-  const bool knownCode = code == 0 || code == 2 || code == 3 || code == 128 || code == 256;
-  if (family != -1 && knownCode) e->mode = family * 1000 + code;
+  const bool knownCode = code == compression::kNone || code == compression::kPackBits ||
+                         code == compression::kSeedRow || code == compression::kPackBitsBlock ||
+                         code == compression::kPackBitsSeedRow;
+  if (found != -1 && knownCode) e->mode = modeOf(found, code);
 }
 
 void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine) {
@@ -307,8 +312,10 @@ void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine
   int planes = 0;
   for (int depth : e->pixelDepth)
     if (depth > 0) ++planes;
-  if (e->colorSpace >= 2 && e->colorSpace <= 5 && planes != e->numOfPlanes) std::exit(1);
-  if (e->colorSpace == 18 && planes != 3) std::exit(1);
+  if (e->colorSpace >= color_space::kRowRGB && e->colorSpace <= color_space::kRowInkBiLevel &&
+      planes != e->numOfPlanes)
+    std::exit(1);
+  if (e->colorSpace == color_space::kPixelRGB && planes != 3) std::exit(1);
   if (!planesAllowed(e->colorSpace, e->numOfPlanes)) std::exit(1);
   setMode(e);
 }

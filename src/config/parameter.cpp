@@ -1,3 +1,4 @@
+// The parameter record's defaults and its lists: add, find the last, delete.
 #include <cstring>
 #include <utility>
 

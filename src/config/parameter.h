@@ -8,47 +8,17 @@
 #include <vector>
 
 #include "image/reduction.h"
+#include "kelm/codes.h"
+#include "kelm/pjl_line.h"
+#include "zelp/raw_packet_record.h"
 
 struct _CMDFILEINFO;
 
 // Margins may be negative, so "not given" is the most negative value instead of -1.
 constexpr int unsetMargin = INT_MIN;
 
-// Image file names, in the order of the entry's fields.
-enum ImageFileIndex {
-  kFileCMYK,
-  kFileK,
-  kFileC,
-  kFileM,
-  kFileY,
-  kFilec,
-  kFilem,
-  kFileRGB,
-  kFileGy,
-  kFilePgy,
-  kFileR,
-  kFileG,
-  kFileB,
-  kImageFileCount
-};
-
-// Pixel depths, in the order of the entry's fields.
-enum PixelDepthIndex {
-  kDepthK,
-  kDepthC,
-  kDepthM,
-  kDepthY,
-  kDepthc,
-  kDepthm,
-  kDepthR,
-  kDepthG,
-  kDepthB,
-  kDepthGy,
-  kDepthPgy,
-  kPixelDepthCount
-};
-
-enum IndexLevelIndex { kLevelK, kLevelC, kLevelM, kLevelY, kLevelc, kLevelm, kIndexLevelCount };
+// Image files: one per plane (indexed by kelm::Plane), then the two that hold several planes.
+enum ImageFile : int { kFileCMYK = kelm::kPlaneCount, kFileRGB, kImageFileCount };
 
 constexpr int kPathSize = 260;
 
@@ -69,9 +39,9 @@ struct imageParameter {
   int colorSpace = -1;
   int compressionMode = -1;
   int numOfPlanes = -1;
-  int pixelDepth[kPixelDepthCount] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+  int pixelDepth[kelm::kPlaneCount] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
   // Null: no reduction; otherwise a 256-entry table, or kRGBSenseTable.
-  const unsigned char* indexLevel[kIndexLevelCount] = {};
+  const unsigned char* indexLevel[kelm::kInkPlaneCount] = {};
   int graphicResolutionH = -1;
   int graphicResolutionV = -1;
   int sameImageConfiguration = -1;
@@ -83,20 +53,6 @@ struct imageParameter {
 struct imageProcessingFile {
   char path[kPathSize] = {};
   std::unique_ptr<imageProcessingFile> next;
-};
-
-struct newPJLLine {
-  char text[256] = {};
-  std::unique_ptr<newPJLLine> next;
-};
-
-// A job-control packet given byte by byte ([ZELP_Raw]) or built from a command definition.
-// Its length is data.size().
-struct rawPacket {
-  std::vector<unsigned char> data;
-  std::uint32_t operation = 0;
-  int lineNumber = 0;
-  std::unique_ptr<rawPacket> next;
 };
 
 // One key or header line as read, kept while the file is read.

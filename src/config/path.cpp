@@ -1,3 +1,4 @@
+// Image file names of a configuration turned into "/"-separated full paths.
 #include "config/path.h"
 
 #include <cstdlib>
@@ -6,9 +7,11 @@
 
 namespace {
 
-constexpr ImageFileIndex kConversionOrder[] = {kFileRGB, kFileCMYK, kFileK, kFileC,  kFileM,
-                                               kFileY,   kFilec,    kFilem, kFileGy, kFilePgy,
-                                               kFileR,   kFileG,    kFileB};
+using namespace kelm;
+
+constexpr int kConversionOrder[] = {kFileRGB, kFileCMYK, kPlaneK, kPlaneC,  kPlaneM,
+                                    kPlaneY,  kPlanec,   kPlanem, kPlaneGy, kPlanePgy,
+                                    kPlaneR,  kPlaneG,   kPlaneB};
 
 bool isSeparator(char c) {
   return c == '\\' || c == ':';
@@ -18,7 +21,7 @@ template <typename Convert>
 void forEachImageFile(parameter* p, Convert convert) {
   for (imageParameter* entry = p->imageParameterList.get(); entry != nullptr;
        entry = entry->next.get()) {
-    for (ImageFileIndex i : kConversionOrder) convert(entry->imageFile[i]);
+    for (int i : kConversionOrder) convert(entry->imageFile[i]);
   }
 }
 

@@ -4,11 +4,12 @@
 #include <cstring>
 #include <memory>
 
-#include "cmdfile/raw_packet.h"
 #include "config/config.h"
 #include "config/path.h"
+#include "config/raw_packet.h"
 #include "config/sections.h"
 #include "config/values.h"
+#include "text/text.h"
 
 namespace {
 
@@ -232,11 +233,12 @@ void checkIfFileExist(const parameter* p) {
   for (const imageProcessingFile* f = p->imageProcessingFileList.get(); f != nullptr;
        f = f->next.get())
     if (!canOpen(f->path)) std::exit(1);
-  static constexpr ImageFileIndex kOrder[] = {kFileRGB, kFileK, kFileC,    kFileM,  kFileY,
-                                              kFilec,   kFilem, kFileCMYK, kFileGy, kFilePgy,
-                                              kFileR,   kFileG, kFileB};
+  using namespace kelm;
+  static constexpr int kOrder[] = {kFileRGB, kPlaneK, kPlaneC,   kPlaneM,  kPlaneY,
+                                   kPlanec,  kPlanem, kFileCMYK, kPlaneGy, kPlanePgy,
+                                   kPlaneR,  kPlaneG, kPlaneB};
   for (const imageParameter* e = p->imageParameterList.get(); e != nullptr; e = e->next.get()) {
-    for (ImageFileIndex i : kOrder)
+    for (int i : kOrder)
       if (e->imageFile[i][0] != '\0' && !canOpen(e->imageFile[i])) std::exit(1);
   }
 }

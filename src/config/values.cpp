@@ -1,3 +1,4 @@
+// Value parsers of the configuration keys and the symbol table they look names up in.
 #include "config/values.h"
 
 #include <climits>
@@ -8,6 +9,7 @@
 
 #include "config/config.h"
 #include "image/reduction.h"
+#include "text/text.h"
 
 constexpr IDSymbol gIDSymbolTable[kIDSymbolCount + 1] = {
     {2, "id_val_input_tray_named"},

@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "cmdfile/cmdfile.h"
-#include "cmdfile/raw_packet.h"
 #include "config/config.h"
 #include "config/key_handlers.h"
+#include "config/raw_packet.h"
 #include "config/sections.h"
 #include "config/values.h"
 

@@ -1,3 +1,4 @@
+// The entry point: reads the job, then runs the packet layer and the raster encoder over it.
 #include <climits>
 #include <cstdio>
 #include <cstdlib>

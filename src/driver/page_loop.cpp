@@ -1,38 +1,26 @@
+// One image entry on the page: opens its files, fills the bands and sends them plane by plane.
 #include <algorithm>
 #include <array>
 
 #include "driver/driver.h"
 #include "image/lxbmp.h"
+#include "kelm/codes.h"
 #include "kelm/kelm.h"
+
+using namespace kelm;
 
 namespace {
 
 constexpr std::int32_t kBandRows = 300;
 
-// Band buffer slots, one per plane.
-enum Slot {
-  kSlotK,
-  kSlotC,
-  kSlotM,
-  kSlotY,
-  kSlotc,
-  kSlotm,
-  kSlotGy,
-  kSlotPgy,
-  kSlotR,
-  kSlotG,
-  kSlotB,
-  kSlotCount
-};
-
 using Reader = std::unique_ptr<LXBMPRecT>;
 
-bool given(const imageParameter* e, ImageFileIndex file) {
+bool given(const imageParameter* e, int file) {
   return e->imageFile[file][0] != '\0';
 }
 
 // Opens the file when it is given; false when a given file cannot be opened.
-bool openIfGiven(const imageParameter* e, ImageFileIndex file, Reader* reader) {
+bool openIfGiven(const imageParameter* e, int file, Reader* reader) {
   if (!given(e, file)) return true;
   *reader = LXBMP_New(e->imageFile[file]);
   return *reader != nullptr;
@@ -62,54 +50,54 @@ void prepareBand(std::unique_ptr<LXGWorld>* slot, const LXBMPRecT* reader, LXRec
   LXNewGWorld(slot, depth16, *rect);
 }
 
-int processKELMImageData(const imageParameter* entry) {
-  Reader rgb, cmykCheck;
-  std::array<Reader, kSlotCount> readers;
-  if (!openIfGiven(entry, kFileRGB, &rgb)) return 1;
-  const bool cmyk = given(entry, kFileCMYK);
-  if (cmyk) {
+namespace {
+
+using Bands = std::array<std::unique_ptr<LXGWorld>, kPlaneCount>;
+
+// The entry's open files: one reader per plane file, or several readers of one CMYK file.
+struct ImageFiles {
+  Reader rgb;
+  Reader cmykCheck;
+  std::array<Reader, kPlaneCount> readers;
+  bool cmyk = false;
+};
+
+// Opens every file the entry names; false as soon as one cannot be opened.
+bool openImageFiles(const imageParameter* entry, ImageFiles* files) {
+  auto& readers = files->readers;
+  if (!openIfGiven(entry, kFileRGB, &files->rgb)) return false;
+  files->cmyk = given(entry, kFileCMYK);
+  if (files->cmyk) {
     // The first handle only proves the file opens; each ink plane reads through its own.
-    if (!openIfGiven(entry, kFileCMYK, &cmykCheck)) return 1;
-    for (Slot s : {kSlotK, kSlotC, kSlotM, kSlotY}) {
-      if (!openIfGiven(entry, kFileCMYK, &readers[s])) return 1;
+    if (!openIfGiven(entry, kFileCMYK, &files->cmykCheck)) return false;
+    for (Plane s : {kPlaneK, kPlaneC, kPlaneM, kPlaneY}) {
+      if (!openIfGiven(entry, kFileCMYK, &readers[s])) return false;
     }
   } else {
-    if (!openIfGiven(entry, kFileK, &readers[kSlotK]) ||
-        !openIfGiven(entry, kFileC, &readers[kSlotC]) ||
-        !openIfGiven(entry, kFileM, &readers[kSlotM]) ||
-        !openIfGiven(entry, kFileY, &readers[kSlotY])) {
-      return 1;
+    for (Plane s : {kPlaneK, kPlaneC, kPlaneM, kPlaneY}) {
+      if (!openIfGiven(entry, s, &readers[s])) return false;
     }
   }
-  if (!openIfGiven(entry, kFilec, &readers[kSlotc]) ||
-      !openIfGiven(entry, kFilem, &readers[kSlotm]) ||
-      !openIfGiven(entry, kFileGy, &readers[kSlotGy]) ||
-      !openIfGiven(entry, kFilePgy, &readers[kSlotPgy]) ||
-      !openIfGiven(entry, kFileR, &readers[kSlotR]) ||
-      !openIfGiven(entry, kFileG, &readers[kSlotG]) ||
-      !openIfGiven(entry, kFileB, &readers[kSlotB])) {
-    return 1;
+  for (Plane s : {kPlanec, kPlanem, kPlaneGy, kPlanePgy, kPlaneR, kPlaneG, kPlaneB}) {
+    if (!openIfGiven(entry, s, &readers[s])) return false;
   }
+  return true;
+}
 
-  const int* depth = entry->pixelDepth;
-  std::array<std::unique_ptr<LXGWorld>, kSlotCount> bands;
+// A band buffer, as wide as its file, for every plane with a file and a depth.
+void prepareBands(const int* depth, const ImageFiles& files, Bands* bands) {
   LXRect rect;
-  if (rgb) {
-    prepareBand(&bands[kSlotR], rgb.get(), &rect, depth[kDepthR]);
-    prepareBand(&bands[kSlotG], rgb.get(), &rect, depth[kDepthG]);
-    prepareBand(&bands[kSlotB], rgb.get(), &rect, depth[kDepthB]);
-  } else {
-    prepareBand(&bands[kSlotR], readers[kSlotR].get(), &rect, depth[kDepthR]);
-    prepareBand(&bands[kSlotG], readers[kSlotG].get(), &rect, depth[kDepthG]);
-    prepareBand(&bands[kSlotB], readers[kSlotB].get(), &rect, depth[kDepthB]);
+  for (Plane s : {kPlaneR, kPlaneG, kPlaneB}) {
+    const LXBMPRecT* reader = files.rgb ? files.rgb.get() : files.readers[s].get();
+    prepareBand(&(*bands)[s], reader, &rect, depth[s]);
   }
-  static constexpr std::pair<Slot, PixelDepthIndex> kInkBands[] = {
-      {kSlotK, kDepthK}, {kSlotC, kDepthC}, {kSlotM, kDepthM},   {kSlotY, kDepthY},
-      {kSlotc, kDepthc}, {kSlotm, kDepthm}, {kSlotGy, kDepthGy}, {kSlotPgy, kDepthPgy}};
-  for (const auto& [slot, d] : kInkBands) {
-    prepareBand(&bands[slot], readers[slot].get(), &rect, depth[d]);
+  for (Plane ink : {kPlaneK, kPlaneC, kPlaneM, kPlaneY, kPlanec, kPlanem, kPlaneGy, kPlanePgy}) {
+    prepareBand(&(*bands)[ink], files.readers[ink].get(), &rect, depth[ink]);
   }
+}
 
+// Page commands, cursor moves and vertical offsets, up to the start of raster mode.
+void sendImageStart(const imageParameter* entry) {
   KELM_SendTopOfPage(entry->sameImageConfiguration, entry->sameGraphicResolutionH,
                      entry->sameGraphicResolutionV);
   sendVerticalOffset(entry->yOffsetC, entry->yOffsetCSign);
@@ -126,65 +114,73 @@ int processKELMImageData(const imageParameter* entry) {
   sendVerticalOffset(entry->yOffsetCWithPosition, entry->yOffsetCWithPositionSign);
   KELM_SendStartRasterMode();
   sendVerticalOffset(entry->yOffset, entry->yOffsetSign);
+}
 
-  // Planes in the order the printer expects them.
-  static constexpr std::pair<Slot, PixelDepthIndex> kPlaneOrder[] = {
-      {kSlotK, kDepthK}, {kSlotC, kDepthC}, {kSlotc, kDepthc},   {kSlotM, kDepthM},
-      {kSlotm, kDepthm}, {kSlotY, kDepthY}, {kSlotGy, kDepthGy}, {kSlotPgy, kDepthPgy},
-      {kSlotR, kDepthR}, {kSlotG, kDepthG}, {kSlotB, kDepthB}};
+// The planes with a positive depth, in the order the printer takes them.
+std::unique_ptr<KELMPlane> planesInPrinterOrder(const int* depth, const Bands& bands) {
   std::unique_ptr<KELMPlane> planes;
-  for (const auto& [slot, d] : kPlaneOrder) {
-    if (depth[d] > 0) {
+  for (Plane p : kPrinterPlaneOrder) {
+    if (depth[p] > 0) {
       KELMPlane* plane = addPlane(planes);
-      plane->world = bands[slot].get();
-      plane->depth = static_cast<std::int8_t>(depth[d]);
+      plane->world = bands[p].get();
+      plane->depth = static_cast<std::int8_t>(depth[p]);
     }
   }
+  return planes;
+}
+
+// Fills the bands with the next rows of every file; the most rows any of them gave.
+std::int32_t readNextBand(const imageParameter* entry, const ImageFiles& files, Bands& bands) {
+  const auto& readers = files.readers;
+  const unsigned char* const* level = entry->indexLevel;
+  std::int32_t rows = atLeastZero(LXBMP_ReadNextRasterBlockRGB(
+      files.rgb.get(), bands[kPlaneR].get(), bands[kPlaneG].get(), bands[kPlaneB].get()));
+  auto take = [&rows](std::int32_t n) { rows = std::max(rows, n); };
+  if (files.cmyk) {
+    // The channel each ink takes from its reader; the light inks take their full ink's.
+    static constexpr std::pair<Plane, int> kChannels[] = {{kPlaneK, 3}, {kPlaneC, 0}, {kPlanec, 0},
+                                                          {kPlaneM, 1}, {kPlanem, 1}, {kPlaneY, 2}};
+    for (const auto& [ink, channel] : kChannels) {
+      take(
+          LXBMP_ReadNextRasterBlockCMYK(readers[ink].get(), bands[ink].get(), level[ink], channel));
+    }
+  } else {
+    for (Plane ink : {kPlaneK, kPlaneC, kPlanec, kPlaneM, kPlanem, kPlaneY}) {
+      take(LXBMP_ReadNextRasterBlock(readers[ink].get(), bands[ink].get(), level[ink]));
+    }
+    take(LXBMP_ReadNextRasterBlock(readers[kPlaneGy].get(), bands[kPlaneGy].get(), nullptr));
+    take(LXBMP_ReadNextRasterBlock(readers[kPlanePgy].get(), bands[kPlanePgy].get(), nullptr));
+  }
+  if (given(entry, kPlaneR) || given(entry, kPlaneG) || given(entry, kPlaneB)) {
+    for (Plane s : {kPlaneR, kPlaneG, kPlaneB}) {
+      take(LXBMP_ReadNextRasterBlock(readers[s].get(), bands[s].get(), nullptr));
+    }
+  }
+  return rows;
+}
+
+}  // namespace
+
+int processKELMImageData(const imageParameter* entry) {
+  ImageFiles files;
+  if (!openImageFiles(entry, &files)) return 1;
+  Bands bands;
+  prepareBands(entry->pixelDepth, files, &bands);
+  sendImageStart(entry);
+  std::unique_ptr<KELMPlane> planes = planesInPrinterOrder(entry->pixelDepth, bands);
 
   const int kept = KELM_KeepWorkingMemory(planes.get(), entry->mode);
   if (kept != 0) return kept;
-
-  const unsigned char* const* level = entry->indexLevel;
   for (;;) {
-    std::int32_t rows = atLeastZero(LXBMP_ReadNextRasterBlockRGB(
-        rgb.get(), bands[kSlotR].get(), bands[kSlotG].get(), bands[kSlotB].get()));
-    auto take = [&rows](std::int32_t n) { rows = std::max(rows, n); };
-    if (cmyk) {
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotK].get(), bands[kSlotK].get(), level[kLevelK],
-                                         3));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotC].get(), bands[kSlotC].get(), level[kLevelC],
-                                         0));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotc].get(), bands[kSlotc].get(), level[kLevelc],
-                                         0));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotM].get(), bands[kSlotM].get(), level[kLevelM],
-                                         1));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotm].get(), bands[kSlotm].get(), level[kLevelm],
-                                         1));
-      take(LXBMP_ReadNextRasterBlockCMYK(readers[kSlotY].get(), bands[kSlotY].get(), level[kLevelY],
-                                         2));
-    } else {
-      static constexpr std::pair<Slot, IndexLevelIndex> kInkReads[] = {
-          {kSlotK, kLevelK}, {kSlotC, kLevelC}, {kSlotc, kLevelc},
-          {kSlotM, kLevelM}, {kSlotm, kLevelm}, {kSlotY, kLevelY}};
-      for (const auto& [slot, l] : kInkReads) {
-        take(LXBMP_ReadNextRasterBlock(readers[slot].get(), bands[slot].get(), level[l]));
-      }
-      take(LXBMP_ReadNextRasterBlock(readers[kSlotGy].get(), bands[kSlotGy].get(), nullptr));
-      take(LXBMP_ReadNextRasterBlock(readers[kSlotPgy].get(), bands[kSlotPgy].get(), nullptr));
-    }
-    if (given(entry, kFileR) || given(entry, kFileG) || given(entry, kFileB)) {
-      for (Slot s : {kSlotR, kSlotG, kSlotB}) {
-        take(LXBMP_ReadNextRasterBlock(readers[s].get(), bands[s].get(), nullptr));
-      }
-    }
+    const std::int32_t rows = readNextBand(entry, files, bands);
     if (rows < 1) break;
     KELM_SendBand(planes.get(), rows, entry->mode);
   }
 
   KELM_SendEndRasterMode();
-  LXBMP_Delete(std::move(rgb));
-  LXBMP_Delete(std::move(cmykCheck));
-  for (Reader& reader : readers) LXBMP_Delete(std::move(reader));
+  LXBMP_Delete(std::move(files.rgb));
+  LXBMP_Delete(std::move(files.cmykCheck));
+  for (Reader& reader : files.readers) LXBMP_Delete(std::move(reader));
   deletePlane(planes);
   for (auto& band : bands) band.reset();
   KELM_FreeWorkingMemory(entry->mode);

@@ -1,9 +1,13 @@
+// Raster settings of the record into the encoder: job header, image setup, printable width.
 #include <algorithm>
 #include <cstring>
 
 #include "driver/driver.h"
 #include "image/lxbmp.h"
+#include "kelm/codes.h"
 #include "kelm/kelm.h"
+
+using namespace kelm;
 
 int processKELMConfiguration(parameter* p) {
   KELM_SetPrinterResolution(p->printerResolutionH, p->printerResolutionV);
@@ -60,20 +64,22 @@ int processKELMConfiguration(parameter* p) {
 int processKELMImageConfiguration(const imageParameter* entry) {
   KELM_SetColorSpace(static_cast<std::uint8_t>(entry->colorSpace));
   // Seed-row PackBits is announced as plain PackBits.
-  const int compression = entry->compressionMode == 256 ? 2 : entry->compressionMode;
-  KELM_SetCompressionMode(static_cast<std::uint8_t>(compression));
+  const int announced = entry->compressionMode == compression::kPackBitsSeedRow
+                            ? compression::kPackBits
+                            : entry->compressionMode;
+  KELM_SetCompressionMode(static_cast<std::uint8_t>(announced));
   KELM_SetNumOfPlanes(static_cast<std::uint8_t>(entry->numOfPlanes));
   struct DepthSetter {
-    PixelDepthIndex index;
+    Plane index;
     void (*set)(std::uint8_t);
   };
   static constexpr DepthSetter kSetters[] = {
-      {kDepthR, KELM_SetPixelDepthR},    {kDepthG, KELM_SetPixelDepthG},
-      {kDepthB, KELM_SetPixelDepthB},    {kDepthK, KELM_SetPixelDepthK},
-      {kDepthC, KELM_SetPixelDepthC},    {kDepthM, KELM_SetPixelDepthM},
-      {kDepthY, KELM_SetPixelDepthY},    {kDepthc, KELM_SetPixelDepthc},
-      {kDepthm, KELM_SetPixelDepthm},    {kDepthGy, KELM_SetPixelDepthGy},
-      {kDepthPgy, KELM_SetPixelDepthPgy}};
+      {kPlaneR, KELM_SetPixelDepthR},    {kPlaneG, KELM_SetPixelDepthG},
+      {kPlaneB, KELM_SetPixelDepthB},    {kPlaneK, KELM_SetPixelDepthK},
+      {kPlaneC, KELM_SetPixelDepthC},    {kPlaneM, KELM_SetPixelDepthM},
+      {kPlaneY, KELM_SetPixelDepthY},    {kPlanec, KELM_SetPixelDepthc},
+      {kPlanem, KELM_SetPixelDepthm},    {kPlaneGy, KELM_SetPixelDepthGy},
+      {kPlanePgy, KELM_SetPixelDepthPgy}};
   for (const DepthSetter& s : kSetters) {
     if (entry->pixelDepth[s.index] != -1)
       s.set(static_cast<std::uint8_t>(entry->pixelDepth[s.index]));
@@ -84,11 +90,11 @@ int processKELMImageConfiguration(const imageParameter* entry) {
 
 int setPrintableWidthInPixel(parameter* p) {
   // Gray and photo gray files are not measured.
-  static constexpr ImageFileIndex kMeasured[] = {
-      kFileRGB, kFileR, kFileG, kFileB, kFileCMYK, kFileK, kFileC, kFileM, kFileY, kFilec, kFilem};
+  static constexpr int kMeasured[] = {kFileRGB, kPlaneR, kPlaneG, kPlaneB, kFileCMYK, kPlaneK,
+                                      kPlaneC,  kPlaneM, kPlaneY, kPlanec, kPlanem};
   std::int32_t widest = 0;
   for (const imageParameter* e = p->imageParameterList.get(); e != nullptr; e = e->next.get()) {
-    for (ImageFileIndex file : kMeasured) {
+    for (int file : kMeasured) {
       std::unique_ptr<LXBMPRecT> reader;
       if (e->imageFile[file][0] != '\0') {
         reader = LXBMP_New(e->imageFile[file]);

@@ -1,3 +1,4 @@
+// Row helpers shared by the image readers: band access and depth conversions.
 #include "image/band.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Windows BMP reader: header checks and rows into band buffers.
 #include "image/bmp.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// One interface over the TIFF and BMP readers, chosen by the file name's extension.
 #include "image/lxbmp.h"
 
 #include <cctype>

@@ -1,3 +1,4 @@
+// Band buffers: allocation and row access for one colour plane of a band.
 #include "image/lxgworld.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// The reduction tables of the index levels.
 #include "image/reduction.h"
 
 #include <array>

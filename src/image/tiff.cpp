@@ -1,3 +1,4 @@
+// TIFF reader: header, directory and the checks on what it describes.
 #include "image/tiff.h"
 
 #include <algorithm>

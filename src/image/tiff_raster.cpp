@@ -1,3 +1,4 @@
+// TIFF rows into band buffers: strips, PackBits, depth and ink-sense conversions.
 #include <algorithm>
 #include <cstdio>
 #include <limits>
@@ -296,6 +297,120 @@ std::int32_t LXTiff_ReadNextRasterBlockRGB(LXTiffRecT* rec, LXGWorld* red, LXGWo
   return static_cast<std::int32_t>(rows);
 }
 
+namespace {
+
+// How one channel of an interleaved ink image becomes rows of the band's depth; false when the
+// pair of depths has no conversion.
+bool chooseChannelConversion(unsigned bits, unsigned size, Conversion* conversion,
+                             std::uint64_t* factor) {
+  *factor = 1;
+  if (bits == size) {
+    *conversion = bits == 1   ? Conversion::kCopy1
+                  : bits == 8 ? Conversion::kCopy8
+                              : Conversion::kBlank;
+  } else if (bits == 8 && size == 1) {
+    *conversion = Conversion::kInk1;
+    *factor = 8;
+  } else if (bits == 8 && size == 2) {
+    *conversion = Conversion::kLevels2;
+    *factor = 4;
+  } else if (bits == 8 && size == 4) {
+    *conversion = Conversion::kLevels4;
+    *factor = 2;
+  } else if (bits == 8 && size == 10) {
+    *conversion = Conversion::kTen8;
+  } else if (bits == 16 && size == 10) {
+    *conversion = Conversion::kTen16;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+// Byte `i` of the raw row; past its end, 0.
+unsigned char rawAt(const LXTiffRecT* rec, std::uint64_t i) {
+  return i < rec->rowBuffer.size() ? rec->rowBuffer[static_cast<std::size_t>(i)] : 0;
+}
+
+// Channel `k` of the raw row, n bytes of its 8- or 16-bit samples.
+void gatherChannel(const LXTiffRecT* rec, std::size_t k, unsigned bits, std::uint64_t n,
+                   std::vector<unsigned char>& gathered) {
+  if (bits == 8) {
+    gathered.resize(static_cast<std::size_t>(n));
+    for (std::size_t i = 0; i < gathered.size(); ++i) gathered[i] = rawAt(rec, 4 * i + k);
+  } else if (bits == 16) {
+    gathered.resize(static_cast<std::size_t>(n / 2 * 2));
+    for (std::size_t i = 0; i < gathered.size() / 2; ++i) {
+      gathered[2 * i] = rawAt(rec, 8 * i + 2 * k);
+      gathered[2 * i + 1] = rawAt(rec, 8 * i + 2 * k + 1);
+    }
+  }
+}
+
+struct ChannelRow {
+  Conversion conversion;
+  std::size_t k;
+  std::uint64_t n;
+  const unsigned char* table;
+  bool ink;
+  bool invert;
+  bool rgbSense;
+};
+
+// One gathered channel row in the band's depth.
+void convertChannelRow(const LXTiffRecT* rec, const ChannelRow& c,
+                       std::vector<unsigned char>& gathered, std::vector<unsigned char>& out) {
+  switch (c.conversion) {
+    case Conversion::kCopy1:
+      out.assign(static_cast<std::size_t>(c.n), 0);
+      // Two pixels a byte, four channel bits each; separate planes are not gathered.
+      if (rec->planarConfiguration != 2) {
+        for (std::size_t p = 0; p < out.size() * 8; ++p) {
+          const unsigned mask = (0x80u >> c.k) >> (4 * (p % 2));
+          if (rawAt(rec, p / 2) & mask) out[p / 8] |= static_cast<unsigned char>(0x80u >> (p % 8));
+        }
+      }
+      lximage::clearPastWidth(out, rec->width, 1);
+      break;
+    case Conversion::kCopy8:
+      out = gathered;
+      if (c.invert) {
+        for (unsigned char& v : out) v = static_cast<unsigned char>(255 - v);
+      }
+      break;
+    case Conversion::kInk1:
+      out.assign(static_cast<std::size_t>((c.n + 7) / 8), c.rgbSense ? 0xFF : 0x00);
+      for (std::size_t i = 0; i < gathered.size(); ++i) {
+        const unsigned v = c.invert ? 255u - gathered[i] : gathered[i];
+        const bool inked = (c.ink || c.rgbSense) ? v != 0 : v == 0;
+        if (inked) out[i / 8] |= static_cast<unsigned char>(0x80u >> (i % 8));
+      }
+      lximage::clearPastWidth(out, rec->width, 1);
+      break;
+    case Conversion::kLevels2:
+    case Conversion::kLevels4: {
+      const int levelBits = c.conversion == Conversion::kLevels2 ? 2 : 4;
+      if (c.invert) {
+        for (unsigned char& v : gathered) v = static_cast<unsigned char>(255 - v);
+      }
+      lximage::packLevels(gathered, levelTable(c.table, levelBits), levelBits, out);
+      break;
+    }
+    case Conversion::kTen8:
+      lximage::pack8To10(gathered, c.ink ? 0 : 255, c.invert, out);
+      break;
+    case Conversion::kTen16:
+      lximage::pack16To10(gathered, gathered.size() / 2, rec->byteOrder == 'I', c.ink ? 0x00 : 0xFF,
+                          c.invert, out);
+      break;
+    case Conversion::kBlank:
+      out.clear();
+      break;
+  }
+}
+
+}  // namespace
+
 std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
                                             const unsigned char* table, int channel) {
   if (band == nullptr) return 0;
@@ -307,36 +422,15 @@ std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
 
   const auto k = static_cast<std::size_t>(channel);
   const unsigned bits = rec->bitsPerSample[k];
-  const unsigned size = bandPixelSize(band);
-  const std::uint64_t stride = bandRowBytes(band);
   Conversion conversion;
-  std::uint64_t factor = 1;
-  if (bits == size) {
-    conversion = bits == 1   ? Conversion::kCopy1
-                 : bits == 8 ? Conversion::kCopy8
-                             : Conversion::kBlank;
-  } else if (bits == 8 && size == 1) {
-    conversion = Conversion::kInk1;
-    factor = 8;
-  } else if (bits == 8 && size == 2) {
-    conversion = Conversion::kLevels2;
-    factor = 4;
-  } else if (bits == 8 && size == 4) {
-    conversion = Conversion::kLevels4;
-    factor = 2;
-  } else if (bits == 8 && size == 10) {
-    conversion = Conversion::kTen8;
-  } else if (bits == 16 && size == 10) {
-    conversion = Conversion::kTen16;
-  } else {
+  std::uint64_t factor;
+  if (!chooseChannelConversion(bits, bandPixelSize(band), &conversion, &factor) ||
+      (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4))) {
     clearBand(band, rgbSense);
     return 0;
   }
-  if (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4)) {
-    clearBand(band, rgbSense);
-    return 0;
-  }
-  const std::uint64_t n = std::min(std::uint64_t{rec->sampleRowBytes[k]}, stride * factor);
+  const std::uint64_t n =
+      std::min(std::uint64_t{rec->sampleRowBytes[k]}, bandRowBytes(band) * factor);
 
   const bool ink = holdsInk(rec);
   const bool invert = !rgbSense && !ink;
@@ -350,70 +444,13 @@ std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
     return static_cast<std::int32_t>(rows);
   }
   clearBand(band, rgbSense);
+  const ChannelRow plan{conversion, k, n, table, ink, invert, rgbSense};
   std::vector<unsigned char> gathered;
   std::vector<unsigned char> out;
-  const auto rawAt = [rec](std::uint64_t i) -> unsigned char {
-    return i < rec->rowBuffer.size() ? rec->rowBuffer[static_cast<std::size_t>(i)] : 0;
-  };
   for (std::uint32_t r = 0; r < rows; ++r) {
     readRawRow(rec);
-    if (bits == 8) {
-      gathered.resize(static_cast<std::size_t>(n));
-      for (std::size_t i = 0; i < gathered.size(); ++i) gathered[i] = rawAt(4 * i + k);
-    } else if (bits == 16) {
-      gathered.resize(static_cast<std::size_t>(n / 2 * 2));
-      for (std::size_t i = 0; i < gathered.size() / 2; ++i) {
-        gathered[2 * i] = rawAt(8 * i + 2 * k);
-        gathered[2 * i + 1] = rawAt(8 * i + 2 * k + 1);
-      }
-    }
-    switch (conversion) {
-      case Conversion::kCopy1:
-        out.assign(static_cast<std::size_t>(n), 0);
-        // Two pixels a byte, four channel bits each; separate planes are not gathered.
-        if (rec->planarConfiguration != 2) {
-          for (std::size_t p = 0; p < out.size() * 8; ++p) {
-            const unsigned mask = (0x80u >> k) >> (4 * (p % 2));
-            if (rawAt(p / 2) & mask) out[p / 8] |= static_cast<unsigned char>(0x80u >> (p % 8));
-          }
-        }
-        lximage::clearPastWidth(out, rec->width, 1);
-        break;
-      case Conversion::kCopy8:
-        out = gathered;
-        if (invert) {
-          for (unsigned char& v : out) v = static_cast<unsigned char>(255 - v);
-        }
-        break;
-      case Conversion::kInk1:
-        out.assign(static_cast<std::size_t>((n + 7) / 8), rgbSense ? 0xFF : 0x00);
-        for (std::size_t i = 0; i < gathered.size(); ++i) {
-          const unsigned v = invert ? 255u - gathered[i] : gathered[i];
-          const bool inked = (ink || rgbSense) ? v != 0 : v == 0;
-          if (inked) out[i / 8] |= static_cast<unsigned char>(0x80u >> (i % 8));
-        }
-        lximage::clearPastWidth(out, rec->width, 1);
-        break;
-      case Conversion::kLevels2:
-      case Conversion::kLevels4: {
-        const int levelBits = conversion == Conversion::kLevels2 ? 2 : 4;
-        if (invert) {
-          for (unsigned char& v : gathered) v = static_cast<unsigned char>(255 - v);
-        }
-        lximage::packLevels(gathered, levelTable(table, levelBits), levelBits, out);
-        break;
-      }
-      case Conversion::kTen8:
-        lximage::pack8To10(gathered, ink ? 0 : 255, invert, out);
-        break;
-      case Conversion::kTen16:
-        lximage::pack16To10(gathered, gathered.size() / 2, rec->byteOrder == 'I', ink ? 0x00 : 0xFF,
-                            invert, out);
-        break;
-      case Conversion::kBlank:
-        out.clear();
-        break;
-    }
+    gatherChannel(rec, k, bits, n, gathered);
+    convertChannelRow(rec, plan, gathered, out);
     lximage::putRow(band, r, out);
     countRow(rec);
   }

@@ -1,9 +1,15 @@
+// Print-file decoder: packets, their attributes and methods, and the job's shape.
 #include "inspect/packets.h"
 
 #include <cstdarg>
 #include <cstdio>
 
+#include "zelp/codes.h"
+
 namespace inspect {
+
+using namespace zelp;
+
 namespace {
 
 std::uint16_t word(std::span<const std::uint8_t> b, std::size_t at) {
@@ -34,43 +40,49 @@ constexpr Named kOperations[] = {
     {kStartDocument, "StartDocument"},
     {kSetDocument, "SetDocument"},
     {kEndDocument, "EndDocument"},
-    {kDataOperation, "Data"},
+    {kData, "Data"},
     {kExecuteMethod, "ExecuteMethod"},
     {kOpenJob, "OpenJob"},
 };
 
 constexpr Named kAttributes[] = {
-    {4, "JobName"},
-    {6, "JobOwner"},
-    {8, "JobClientID"},
-    {9, "JobTime"},
-    {13, "JobStartMode"},
-    {240, "JobStartExecutionMode"},
-    {275, "JobImpressions2"},
-    {280, "ClientJobID"},
-    {304, "COL"},
-    {2004, "JobImpressions"},
-    {2006, "JobOctets"},
-    {2007, "JobCopies"},
-    {2015, "Plex"},
-    {2029, "Medium"},
-    {2042, "Quality"},
-    {2140, "PanelMessage"},
-    {2158, "Tray"},
-    {2214, "MediumTypeEx"},
-    {2217, "MediumCuttingType"},
-    {2218, "InkDryingType"},
-    {2219, "InkDryingTime"},
-    {2303, "PlexImagePositionAdjustment"},
-    {2343, "QualityOptimizedLevel"},
-    {2355, "HeadOneWayPrint"},
+    {attribute::kJobName, "JobName"},
+    {attribute::kJobOwner, "JobOwner"},
+    {attribute::kJobClientID, "JobClientID"},
+    {attribute::kJobTime, "JobTime"},
+    {attribute::kJobStartMode, "JobStartMode"},
+    {attribute::kJobStartExecutionMode, "JobStartExecutionMode"},
+    {attribute::kJobImpressions2, "JobImpressions2"},
+    {attribute::kClientJobID, "ClientJobID"},
+    {attribute::kCOL, "COL"},
+    {attribute::kJobImpressions, "JobImpressions"},
+    {attribute::kJobOctets, "JobOctets"},
+    {attribute::kCopies, "JobCopies"},
+    {attribute::kPlex, "Plex"},
+    {attribute::kMedium, "Medium"},
+    {attribute::kQuality, "Quality"},
+    {attribute::kPanelMessage, "PanelMessage"},
+    {attribute::kTray, "Tray"},
+    {attribute::kMediumTypeEx, "MediumTypeEx"},
+    {attribute::kMediumCuttingType, "MediumCuttingType"},
+    {attribute::kInkDryingType, "InkDryingType"},
+    {attribute::kInkDryingTime, "InkDryingTime"},
+    {attribute::kPlexImagePositionAdjustment, "PlexImagePositionAdjustment"},
+    {attribute::kQualityOptimizedLevel, "QualityOptimizedLevel"},
+    {attribute::kHeadOneWayPrint, "HeadOneWayPrint"},
 };
 
 // Selectors of the set-value method.
 constexpr Named kSelectors[] = {
-    {1, "PageInkDryingTime"}, {2, "BandInkDryingTime"},     {3, "RollMediaTopBlank"},
-    {4, "OutwardSizeFirst"},  {6, "PaperThickness"},        {7, "PrintingSuction"},
-    {9, "CuttingSpeed"},      {13, "RollMediaBottomBlank"}, {14, "HeadHeight"},
+    {selector::kPageInkDryingTime, "PageInkDryingTime"},
+    {selector::kBandInkDryingTime, "BandInkDryingTime"},
+    {selector::kRollMediaTopBlank, "RollMediaTopBlank"},
+    {selector::kOutwardSizeFirst, "OutwardSizeFirst"},
+    {selector::kPaperThickness, "PaperThickness"},
+    {selector::kPrintingSuction, "PrintingSuction"},
+    {selector::kCuttingSpeed, "CuttingSpeed"},
+    {selector::kRollMediaBottomBlank, "RollMediaBottomBlank"},
+    {selector::kHeadHeight, "HeadHeight"},
 };
 
 template <std::size_t N>
@@ -132,7 +144,7 @@ bool decodePackets(std::span<const std::uint8_t> bytes, std::vector<Packet>* pac
     if (bytes.size() - at - 20 < p.parameterLength) return fail(error, at, "truncated parameters");
     p.parameters.assign(bytes.begin() + static_cast<std::ptrdiff_t>(at + 20),
                         bytes.begin() + static_cast<std::ptrdiff_t>(at + 20 + p.parameterLength));
-    if (p.operation == kDataOperation) {
+    if (p.operation == kData) {
       if (p.parameterLength < 2 || p.parameters[0] != 0x01) {
         return fail(error, at, "data packet without its lead byte and payload");
       }
@@ -147,7 +159,7 @@ bool decodePackets(std::span<const std::uint8_t> bytes, std::vector<Packet>* pac
 std::vector<std::uint8_t> rasterStream(const std::vector<Packet>& packets) {
   std::vector<std::uint8_t> out;
   for (const Packet& p : packets) {
-    if (p.operation == kDataOperation && !p.parameters.empty()) {
+    if (p.operation == kData && !p.parameters.empty()) {
       out.insert(out.end(), p.parameters.begin() + 1, p.parameters.end());
     }
   }
@@ -199,7 +211,7 @@ std::optional<MethodCall> executeMethod(const Packet& packet) {
   call.group = b[4];
   call.method = b[5];
   std::size_t valueAt = 6;
-  if (call.method == kMethodSetValue && b.size() >= 8 && b[6] == 0x01) {
+  if (call.method == method::kSetValue && b.size() >= 8 && b[6] == 0x01) {
     call.selector = b[7];
     valueAt = 8;
   }
@@ -209,13 +221,13 @@ std::optional<MethodCall> executeMethod(const Packet& packet) {
 
 const char* methodName(const MethodCall& call) {
   switch (call.method) {
-    case kMethodSetValue:
+    case method::kSetValue:
       return call.selector < 0 ? nullptr : lookup(kSelectors, static_cast<unsigned>(call.selector));
-    case kMethodCalibration:
+    case method::kCalibration:
       return "Calibration";
-    case kMethodJobCreatorID:
+    case method::kJobCreatorID:
       return "JobCreatorID";
-    case kMethodSetPathMode:
+    case method::kSetPathMode:
       return "SetPathMode";
     default:
       return nullptr;
@@ -228,7 +240,7 @@ bool checkJob(const std::vector<Packet>& packets, std::string* error) {
   for (const Packet& p : packets) {
     const char* name = operationName(p.operation);
     if (name == nullptr) return fail(error, p.offset, "unknown operation");
-    if (p.operation != kDataOperation && p.flags != 0) {
+    if (p.operation != kData && p.flags != 0) {
       return fail(error, p.offset, "flags on a packet that is not data");
     }
     bool placed = false;
@@ -257,7 +269,7 @@ bool checkJob(const std::vector<Packet>& packets, std::string* error) {
         level = Level::kDocument;
         break;
       case kSetDocument:
-      case kDataOperation:
+      case kData:
         placed = level == Level::kDocument;
         break;
       case kExecuteMethod:
@@ -300,7 +312,7 @@ std::string describePacket(const Packet& p) {
           p.operation, p.flags, p.parameterLength);
   if (p.parameters.empty()) return out;
   out += "  ";
-  if (p.operation == kDataOperation && !p.parameters.empty()) {
+  if (p.operation == kData && !p.parameters.empty()) {
     appendf(&out, "payload %zu%s", p.parameters.size() - 1,
             p.flags == kMoreData ? ", more follows" : "");
   } else if (auto a = setAttribute(p)) {

@@ -1,6 +1,7 @@
 // Print-file decoder: walks the job-control packets of a print file, names them, decodes their
 // attributes and methods, checks that they form one job and reassembles the raster stream
-// carried by the data packets. It knows nothing of the writer, so it can check it.
+// carried by the data packets. It shares only the protocol's numbers with the writer
+// (zelp/codes.h), so it can check it.
 #pragma once
 
 #include <cstddef>
@@ -19,29 +20,6 @@ struct Packet {
   std::uint16_t parameterLength = 0;
   std::vector<std::uint8_t> parameters;
 };
-
-// Operation codes.
-constexpr std::uint16_t kStartJob = 17;
-constexpr std::uint16_t kSetJob = 18;
-constexpr std::uint16_t kEndJob = 19;
-constexpr std::uint16_t kStartBinder = 20;
-constexpr std::uint16_t kSetBinder = 21;
-constexpr std::uint16_t kEndBinder = 22;
-constexpr std::uint16_t kStartDocument = 23;
-constexpr std::uint16_t kSetDocument = 24;
-constexpr std::uint16_t kEndDocument = 25;
-constexpr std::uint16_t kDataOperation = 0x001A;
-constexpr std::uint16_t kExecuteMethod = 29;
-constexpr std::uint16_t kOpenJob = 107;
-
-// Data packet flags: more data packets follow.
-constexpr std::uint8_t kMoreData = 0x02;
-
-// Method codes of an execute-method packet.
-constexpr std::uint8_t kMethodSetValue = 0x06;  // selector and one value byte
-constexpr std::uint8_t kMethodCalibration = 0x0B;
-constexpr std::uint8_t kMethodJobCreatorID = 0x11;
-constexpr std::uint8_t kMethodSetPathMode = 0x14;
 
 // Splits `bytes` into packets. False, with a message naming the offset, when the file is not
 // a well-formed packet sequence; `packets` then holds those before the fault.
@@ -73,7 +51,7 @@ struct MethodCall {
   std::uint32_t object = 0;
   std::uint8_t group = 0;
   std::uint8_t method = 0;
-  int selector = -1;  // of kMethodSetValue, -1 for the others
+  int selector = -1;  // of the set-value method, -1 for the others
   std::vector<std::uint8_t> value;
 };
 

@@ -1,10 +1,16 @@
+// Raster stream decoder: commands, row decoding and the rebuilt planes of each image.
 #include "inspect/raster.h"
 
 #include <algorithm>
 #include <cctype>
 #include <memory>
 
+#include "kelm/codes.h"
+
 namespace inspect {
+
+namespace compression = kelm::compression;
+
 namespace {
 
 constexpr std::uint8_t kEsc = 0x1B;
@@ -212,29 +218,29 @@ class ImageBuilder {
     return true;
   }
 
-  bool planeRow(const RasterCommand& c, int compression, std::string* error) {
-    if (compression == 128) return block(c, error);
+  bool planeRow(const RasterCommand& c, int code, std::string* error) {
+    if (code == compression::kPackBitsBlock) return block(c, error);
     const std::size_t plane = pending_.size();
     if (seeds_.size() <= plane) seeds_.resize(plane + 1);
     std::vector<std::uint8_t> row;
     bool ok = true;
-    switch (compression) {
-      case 0:
+    switch (code) {
+      case compression::kNone:
         row = c.data;
         break;
-      case 2:
+      case compression::kPackBits:
         ok = unpackBits(c.data, &row);
         break;
-      case 3:
+      case compression::kSeedRow:
         row = seeds_[plane];
         ok = applySeedRow(c.data, &row);
         break;
       default:
-        return fail(error, c.offset, "row in unknown compression " + std::to_string(compression));
+        return fail(error, c.offset, "row in unknown compression " + std::to_string(code));
     }
     if (!ok) return fail(error, c.offset, "row code cut short");
     seeds_[plane] = row;
-    pending_.push_back({std::move(row), compression});
+    pending_.push_back({std::move(row), code});
     if (upper(c.parameter) == 'W') {
       seeds_.resize(pending_.size());
       commitRow();
@@ -263,7 +269,7 @@ class ImageBuilder {
     std::size_t rows = 0;
     while (!rest.empty()) {
       PlaneRow row;
-      row.compression = 128;
+      row.compression = compression::kPackBitsBlock;
       std::size_t used = 0;
       if (!unpackBits(rest, &row.bytes, true, &used)) {
         return fail(error, c.offset, "block plane row without its end mark");
@@ -325,7 +331,8 @@ bool rebuildRasterImages(const std::vector<RasterCommand>& commands,
     if (c.is("*v", 'W')) {
       configuration = c.data;
     } else if (c.is("*b", 'M')) {
-      if (c.number != 0 && c.number != 2 && c.number != 3 && c.number != 128) {
+      if (c.number != compression::kNone && c.number != compression::kPackBits &&
+          c.number != compression::kSeedRow && c.number != compression::kPackBitsBlock) {
         return fail(error, c.offset, "unknown compression " + c.value);
       }
       compression = static_cast<int>(c.number);

@@ -1,3 +1,4 @@
+// The raster encoder: settings, PJL job header, page and cursor commands, band emission.
 #include "kelm/kelm.h"
 
 #include <algorithm>
@@ -9,8 +10,11 @@
 #include <new>
 #include <vector>
 
+#include "kelm/codes.h"
 #include "kelm/row_coding.h"
 #include "zelp/zelp.h"
+
+using namespace kelm;
 
 namespace {
 
@@ -119,22 +123,29 @@ std::string copyText(const char* text) {
 
 // What a processing mode asks of the band emission.
 struct ModeLayout {
-  int compression = 0;  // 0, 2, 3, 128 or 256
-  bool pixel = false;   // planes interleaved into one row
+  int compression = compression::kNone;
+  bool pixel = false;  // planes interleaved into one row
   unsigned char blank = 0;
-  bool block() const { return compression == 128; }
-  bool seedRow() const { return compression == 3 || compression == 256; }
+  bool block() const { return compression == compression::kPackBitsBlock; }
+  bool seedRow() const {
+    return compression == compression::kSeedRow || compression == compression::kPackBitsSeedRow;
+  }
 };
 
 ModeLayout layoutOf(std::int32_t mode) {
-  const std::int32_t family = mode / 1000;
-  const std::int32_t remainder = mode % 1000;
+  const int kind = familyOf(mode);
+  const int code = compressionOf(mode);
   ModeLayout layout;
-  if (remainder == 2 || remainder == 3 || remainder == 128 || remainder == 256) {
-    layout.compression = remainder;
+  if (code == compression::kPackBits || code == compression::kSeedRow ||
+      code == compression::kPackBitsBlock || code == compression::kPackBitsSeedRow) {
+    layout.compression = code;
   }
-  layout.pixel = family == 10;
-  layout.blank = (family == 2 || family == 3 || family == 10) ? 0xFF : 0x00;
+  layout.pixel = kind == family::kPixelRGB;
+  // RGB planes are blank when white, ink planes when empty.
+  layout.blank =
+      (kind == family::kRGBOnePlane || kind == family::kRGBThreePlanes || kind == family::kPixelRGB)
+          ? 0xFF
+          : 0x00;
   return layout;
 }
 
@@ -181,7 +192,7 @@ std::int64_t interleavedRowBytes(const KELMPlane* planes) {
 
 // Room for the coded form of one row, or of a whole block, whatever the printable width.
 std::int64_t codeBytesNeeded(const KELMPlane* planes, const ModeLayout& layout) {
-  if (layout.compression == 0) return 0;
+  if (layout.compression == compression::kNone) return 0;
   std::int64_t row = 0;
   if (layout.pixel) {
     row = kelm_PackBitsBound(mPixelByPixelCodeDataBytes) + (layout.block() ? 1 : 0);
@@ -292,27 +303,27 @@ unsigned char* sSendRaster(unsigned char* out, const LXGWorld* world, std::int8_
 
   unsigned char* const code = mCodeData.data();
   switch (layout.compression) {
-    case 2: {
+    case compression::kPackBits: {
       unsigned char* end = code;
       packBits(current.data, end, n);
       sendRow(code, static_cast<std::int32_t>(end - code), last);
       break;
     }
-    case 3:
-    case 256: {
+    case compression::kSeedRow:
+    case compression::kPackBitsSeedRow: {
       if (row > 0 && sSeedRowUnkown == 0 && seed.data != nullptr && seed.n == n) {
         const std::int32_t length = kelm_SeedRowCode(seed.data, current.data, n, code);
         if (length >= 0) {
-          kelm_ChangeCompressionMode(3);
+          kelm_ChangeCompressionMode(compression::kSeedRow);
           sendRow(code, length, last);
           break;
         }
       }
-      if (layout.compression == 3) {
-        kelm_ChangeCompressionMode(0);
+      if (layout.compression == compression::kSeedRow) {
+        kelm_ChangeCompressionMode(compression::kNone);
         sendRow(current.data, n, last);
       } else {
-        kelm_ChangeCompressionMode(2);
+        kelm_ChangeCompressionMode(compression::kPackBits);
         unsigned char* end = code;
         packBits(current.data, end, n);
         sendRow(code, static_cast<std::int32_t>(end - code), last);
@@ -546,12 +557,12 @@ KELMState kelm_GetState() {
 
 int KELM_KeepWorkingMemory(KELMPlane* planes, std::int32_t mode) {
   const ModeLayout layout = layoutOf(mode);
-  if (!layout.pixel && layout.compression == 0) {
+  if (!layout.pixel && layout.compression == compression::kNone) {
     release(mCodeData);
     mCodeDataBytes = 0;
     return 0;
   }
-  if (layout.pixel && layout.compression == 0) {
+  if (layout.pixel && layout.compression == compression::kNone) {
     // Rows go out straight from the pixel row buffer; the code size is the plain row's.
     release(mCodeData);
     std::int32_t maxDepth = 0;
@@ -686,8 +697,8 @@ unsigned char depthByte(std::int8_t depth) {
 }
 
 void sendPlaneConfiguration() {
-  const bool rgbBlackOnly =
-      mColorSpace == 2 && mBlackDepth > 0 && mRedDepth < 0 && mGreenDepth < 0 && mBlueDepth < 0;
+  const bool rgbBlackOnly = mColorSpace == color_space::kRowRGB && mBlackDepth > 0 &&
+                            mRedDepth < 0 && mGreenDepth < 0 && mBlueDepth < 0;
   const unsigned char planes = static_cast<unsigned char>(mNumOfPlanes);
   unsigned char data[14] = {mColorSpace,
                             planes,
@@ -704,15 +715,17 @@ void sendPlaneConfiguration() {
                             depthByte(mGrayDepth),
                             depthByte(mPhotoGrayDepth)};
   int count;
-  if (mColorSpace == 18 || (mColorSpace == 2 && !rgbBlackOnly)) {
+  if (mColorSpace == color_space::kPixelRGB ||
+      (mColorSpace == color_space::kRowRGB && !rgbBlackOnly)) {
     count = 6;
   } else if (rgbBlackOnly) {
     const unsigned char black = depthByte(mBlackDepth);
-    const unsigned char blackOnly[10] = {2, 1, 0, 0, 0, 0, black, 0, 0, 0};
+    const unsigned char blackOnly[10] = {color_space::kRowRGB, 1, 0, 0, 0, 0, black, 0, 0, 0};
     std::memcpy(data, blackOnly, sizeof blackOnly);
     count = 10;
-  } else if (mColorSpace == 5 && mBlackDepth > 0 && mCyanDepth > 0 && mMagentaDepth > 0 &&
-             mYellowDepth > 0 && mLightCyanDepth > 0 && mLightMagentaDepth > 0 && mGrayDepth > 0) {
+  } else if (mColorSpace == color_space::kRowInkBiLevel && mBlackDepth > 0 && mCyanDepth > 0 &&
+             mMagentaDepth > 0 && mYellowDepth > 0 && mLightCyanDepth > 0 &&
+             mLightMagentaDepth > 0 && mGrayDepth > 0) {
     count = 14;
   } else {
     count = (mLightCyanDepth >= 0 && mLightMagentaDepth >= 0) ? 12 : 10;

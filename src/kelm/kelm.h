@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "config/parameter.h"
 #include "image/lxgworld.h"
+#include "kelm/pjl_line.h"
 
 struct KELMPlane {
   LXGWorld* world = nullptr;

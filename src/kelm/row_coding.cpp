@@ -1,3 +1,4 @@
+// Row coders: PackBits, seed-row coding and the blank-byte scans.
 #include "kelm/row_coding.h"
 
 #include <algorithm>

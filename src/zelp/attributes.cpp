@@ -7,11 +7,14 @@
 #include <span>
 #include <vector>
 
-#include "config/parameter.h"
+#include "zelp/codes.h"
 #include "zelp/framing.h"
 #include "zelp/lxfile.h"
+#include "zelp/raw_packet_record.h"
 #include "zelp/store.h"
 #include "zelp/zelp.h"
+
+using namespace zelp;
 
 namespace {
 
@@ -196,32 +199,32 @@ void sendAttribute(std::uint16_t operation, std::uint16_t attribute, Bytes value
 }
 
 void sendSetJob(std::uint16_t attribute, Bytes value) {
-  sendAttribute(18, attribute, value);
+  sendAttribute(kSetJob, attribute, value);
 }
 void sendSetBinder(std::uint16_t attribute, Bytes value) {
-  sendAttribute(21, attribute, value);
+  sendAttribute(kSetBinder, attribute, value);
 }
 void sendSetDocument(std::uint16_t attribute, Bytes value) {
-  sendAttribute(24, attribute, value);
+  sendAttribute(kSetDocument, attribute, value);
 }
 
-// Execute method: object 00 00 00 00, group 0x40, the method, its arguments.
-void sendMethod(std::uint8_t method, Bytes arguments) {
-  static constexpr std::uint8_t kObject[] = {0x00, 0x00, 0x00, 0x00, 0x40};
+// Execute method: object 00 00 00 00, the group, the method, its arguments.
+void sendMethod(std::uint8_t code, Bytes arguments) {
+  static constexpr std::uint8_t kObject[] = {0x00, 0x00, 0x00, 0x00, method::kGroup};
   const auto n = static_cast<std::uint32_t>(arguments.size()) + 6;
-  sendPacketHeader(29, n);
+  sendPacketHeader(kExecuteMethod, n);
   sendPacketParameterBlock(kObject, sizeof kObject);
-  sendPacketParameterChar(method);
+  sendPacketParameterChar(code);
   sendPacketParameterBlock(arguments.data(), static_cast<int>(arguments.size()));
   zelp_AddJobOctets(20 + n);
 }
 
 void sendExecuteMethod(std::uint8_t selector, std::uint8_t value) {
   const std::uint8_t arguments[] = {0x01, selector, value};
-  sendMethod(0x06, arguments);
+  sendMethod(method::kSetValue, arguments);
 }
 
-void sendRaw(int position) {
+void sendRaw(raw::Position position) {
   if (isSet(sIsRawPacket)) sendRawPacketWithAttribute(mRawPacket, position);
 }
 
@@ -491,7 +494,7 @@ void ZELP_SetInkDryMethod(std::uint8_t value) {
 
 void ZELP_SetInkDryTime(std::uint32_t value) {
   storeBigEndian(mInkDryTime, value);
-  mInkDryMethod = 6;  // a drying time only means something with the timed method
+  mInkDryMethod = kTimedInkDrying;  // a drying time only means something with the timed method
   sIsInkDryMethodSet = 1;
 }
 
@@ -651,7 +654,10 @@ void ZELP_SetRawPacket(rawPacket* list) {
   // a field keeps its length.
   for (rawPacket* p = list; p != nullptr; p = p->next.get()) {
     const int position = static_cast<std::int16_t>(p->operation);
-    const int operation = (position == 0 || position == 3 || position == 6) ? 29 : position;
+    const int operation = (position == raw::kJobMethods || position == raw::kBinderMethods ||
+                           position == raw::kDocumentMethods)
+                              ? kExecuteMethod
+                              : position;
     std::vector<unsigned char>& d = p->data;
     const std::size_t n = d.size();
     if (n > 4) d[4] = 0;
@@ -667,111 +673,121 @@ void ZELP_SetRawPacket(rawPacket* list) {
 int ZELP_SendJobStartWithJobAttributes() {
   if (mVersion == 2) return ZELP_SendJobStart2WithJobAttributes();
 
-  sendControlPacket(17, kStartBlockV1);
-  if (isSet(sISJobNameSet)) sendSetJob(4, textValue(mJobName));
-  if (isSet(sIsJobClientSet)) sendSetJob(6, textValue(mJobClient));
-  if (isSet(sIsJobClientIDSet)) sendSetJob(8, clientIDValue());
-  if (isSet(sIsTimePackSet)) sendSetJob(9, mTimePack);
-  if (isSet(sIsImpressionsSet)) sendSetJob(2004, mImpressions);
-  sendRaw(18);
+  sendControlPacket(kStartJob, kStartBlockV1);
+  if (isSet(sISJobNameSet)) sendSetJob(attribute::kJobName, textValue(mJobName));
+  if (isSet(sIsJobClientSet)) sendSetJob(attribute::kJobOwner, textValue(mJobClient));
+  if (isSet(sIsJobClientIDSet)) sendSetJob(attribute::kJobClientID, clientIDValue());
+  if (isSet(sIsTimePackSet)) sendSetJob(attribute::kJobTime, mTimePack);
+  if (isSet(sIsImpressionsSet)) sendSetJob(attribute::kJobImpressions, mImpressions);
+  sendRaw(raw::kJobAttributes);
 
-  sendControlPacket(20, kBinderBlockV1);
-  sendRaw(21);
-  sendRaw(3);
+  sendControlPacket(kStartBinder, kBinderBlockV1);
+  sendRaw(raw::kBinderAttributes);
+  sendRaw(raw::kBinderMethods);
 
-  sendControlPacket(23, kDocumentBlockV1);
-  if (isSet(sIsPanelMsgSet)) sendSetDocument(2140, textValue(mPanelMsg));
-  sendSetDocument(46, kDocument46);
-  if (isSet(sIsTrayAliasSet)) sendSetDocument(2158, mTrayAlias);
-  if (isSet(sIsMediaSet)) sendSetDocument(2029, mMedia);
-  if (isSet(sIsMediaSubTypeSet)) sendSetDocument(2214, mMediaSubType);
-  if (isSet(sIsQualitySet)) sendSetDocument(2042, one(mQuality));
-  if (isSet(sIsCuttingTypeSet)) sendSetDocument(2217, one(mCuttingType));
+  sendControlPacket(kStartDocument, kDocumentBlockV1);
+  if (isSet(sIsPanelMsgSet)) sendSetDocument(attribute::kPanelMessage, textValue(mPanelMsg));
+  sendSetDocument(attribute::kDocument46, kDocument46);
+  if (isSet(sIsTrayAliasSet)) sendSetDocument(attribute::kTray, mTrayAlias);
+  if (isSet(sIsMediaSet)) sendSetDocument(attribute::kMedium, mMedia);
+  if (isSet(sIsMediaSubTypeSet)) sendSetDocument(attribute::kMediumTypeEx, mMediaSubType);
+  if (isSet(sIsQualitySet)) sendSetDocument(attribute::kQuality, one(mQuality));
+  if (isSet(sIsCuttingTypeSet)) sendSetDocument(attribute::kMediumCuttingType, one(mCuttingType));
   if (isSet(sIsInkDryMethodSet)) {
-    sendSetDocument(2218, one(mInkDryMethod));
-    if (mInkDryMethod == 6) sendSetDocument(2219, mInkDryTime);
+    sendSetDocument(attribute::kInkDryingType, one(mInkDryMethod));
+    if (mInkDryMethod == kTimedInkDrying) sendSetDocument(attribute::kInkDryingTime, mInkDryTime);
   }
-  sendRaw(24);
+  sendRaw(raw::kDocumentAttributes);
 
-  if (isSet(sIsPageInkDryingTime)) sendExecuteMethod(1, mPageInkDryingTime);
-  if (isSet(sIsBandInkDryingTime)) sendExecuteMethod(2, mBandInkDryingTime);
-  if (isSet(sIsRollMediaTopBlank)) sendExecuteMethod(3, mRollMediaTopBlank);
-  if (isSet(sIsRollMediaBottomBlank)) sendExecuteMethod(13, mRollMediaBottomBlank);
-  if (isSet(sIsPaperThickness)) sendExecuteMethod(6, mPaperThickness);
-  if (isSet(sIsPrintingSuction)) sendExecuteMethod(7, mPrintingSuction);
-  if (isSet(sIsCuttingSpeed)) sendExecuteMethod(9, mCuttingSpeed);
-  sendRaw(6);
+  if (isSet(sIsPageInkDryingTime))
+    sendExecuteMethod(selector::kPageInkDryingTime, mPageInkDryingTime);
+  if (isSet(sIsBandInkDryingTime))
+    sendExecuteMethod(selector::kBandInkDryingTime, mBandInkDryingTime);
+  if (isSet(sIsRollMediaTopBlank))
+    sendExecuteMethod(selector::kRollMediaTopBlank, mRollMediaTopBlank);
+  if (isSet(sIsRollMediaBottomBlank))
+    sendExecuteMethod(selector::kRollMediaBottomBlank, mRollMediaBottomBlank);
+  if (isSet(sIsPaperThickness)) sendExecuteMethod(selector::kPaperThickness, mPaperThickness);
+  if (isSet(sIsPrintingSuction)) sendExecuteMethod(selector::kPrintingSuction, mPrintingSuction);
+  if (isSet(sIsCuttingSpeed)) sendExecuteMethod(selector::kCuttingSpeed, mCuttingSpeed);
+  sendRaw(raw::kDocumentMethods);
   return streamResult();
 }
 
 int ZELP_SendJobStart2WithJobAttributes() {
   OpenJobBlock open;
-  if (isSet(sIsJobStartExecutionMode)) open.add(240, one(mJobStartExecutionMode));
-  if (isSet(sIsCOLMode)) open.add(304, colData());
-  if (isSet(sISJobNameSet)) open.add(4, textValue(mJobName));
-  if (isSet(sIsJobClientSet)) open.add(6, textValue(mJobClient));
-  if (isSet(sIsJobStartMode)) open.add(13, one(mJobStartMode));
+  if (isSet(sIsJobStartExecutionMode))
+    open.add(attribute::kJobStartExecutionMode, one(mJobStartExecutionMode));
+  if (isSet(sIsCOLMode)) open.add(attribute::kCOL, colData());
+  if (isSet(sISJobNameSet)) open.add(attribute::kJobName, textValue(mJobName));
+  if (isSet(sIsJobClientSet)) open.add(attribute::kJobOwner, textValue(mJobClient));
+  if (isSet(sIsJobStartMode)) open.add(attribute::kJobStartMode, one(mJobStartMode));
   if (isSet(sIsClientJobID_UUID)) {
     std::array<std::uint8_t, 64> id{};
     std::copy(mClientJobID_UUID.begin(), mClientJobID_UUID.end(), id.begin());
     std::copy(mClientJobID_JobInfo.begin(), mClientJobID_JobInfo.end(), id.begin() + 16);
-    open.add(280, id);
+    open.add(attribute::kClientJobID, id);
   }
-  if (isSet(sIsTimePackSet)) open.add(9, mTimePack);
-  sendControlPacket(107, open.bytes());
+  if (isSet(sIsTimePackSet)) open.add(attribute::kJobTime, mTimePack);
+  sendControlPacket(kOpenJob, open.bytes());
 
-  if (isSet(sIsJobCopies)) sendSetJob(2007, mJobCopies);
-  sendRaw(18);
-  if (isSet(sIsJobCreatorID)) sendMethod(0x11, mJobCreatorID);
-  sendRaw(0);
+  if (isSet(sIsJobCopies)) sendSetJob(attribute::kCopies, mJobCopies);
+  sendRaw(raw::kJobAttributes);
+  if (isSet(sIsJobCreatorID)) sendMethod(method::kJobCreatorID, mJobCreatorID);
+  sendRaw(raw::kJobMethods);
 
-  sendControlPacket(20, kZeroBlock);
-  sendSetBinder(2007, kOneValue);
-  sendRaw(21);
-  sendRaw(3);
+  sendControlPacket(kStartBinder, kZeroBlock);
+  sendSetBinder(attribute::kCopies, kOneValue);
+  sendRaw(raw::kBinderAttributes);
+  sendRaw(raw::kBinderMethods);
 
-  sendControlPacket(23, kZeroBlock);
-  if (isSet(sIsPanelMsgSet)) sendSetDocument(2140, textValue(mPanelMsg));
-  sendSetDocument(46, kDocument46);
-  sendSetDocument(2007, kOneValue);
-  if (isSet(sIsQualitySet)) sendSetDocument(2042, one(mQuality));
-  if (isSet(sIsCuttingTypeSet)) sendSetDocument(2217, one(mCuttingType));
-  if (isSet(sIsTrayAliasSet)) sendSetDocument(2158, mTrayAlias);
-  if (isSet(sIsMediaSet)) sendSetDocument(2029, mMedia);
-  if (isSet(sIsMediaSubTypeSet)) sendSetDocument(2214, mMediaSubType);
-  if (isSet(sIsQualityOptimizedLevel)) sendSetDocument(2343, one(mQualityOptimizedLevel));
-  if (isSet(sIsHeadOneWayPrint)) sendSetDocument(2355, one(mHeadOneWayPrint));
-  sendRaw(24);
+  sendControlPacket(kStartDocument, kZeroBlock);
+  if (isSet(sIsPanelMsgSet)) sendSetDocument(attribute::kPanelMessage, textValue(mPanelMsg));
+  sendSetDocument(attribute::kDocument46, kDocument46);
+  sendSetDocument(attribute::kCopies, kOneValue);
+  if (isSet(sIsQualitySet)) sendSetDocument(attribute::kQuality, one(mQuality));
+  if (isSet(sIsCuttingTypeSet)) sendSetDocument(attribute::kMediumCuttingType, one(mCuttingType));
+  if (isSet(sIsTrayAliasSet)) sendSetDocument(attribute::kTray, mTrayAlias);
+  if (isSet(sIsMediaSet)) sendSetDocument(attribute::kMedium, mMedia);
+  if (isSet(sIsMediaSubTypeSet)) sendSetDocument(attribute::kMediumTypeEx, mMediaSubType);
+  if (isSet(sIsQualityOptimizedLevel))
+    sendSetDocument(attribute::kQualityOptimizedLevel, one(mQualityOptimizedLevel));
+  if (isSet(sIsHeadOneWayPrint))
+    sendSetDocument(attribute::kHeadOneWayPrint, one(mHeadOneWayPrint));
+  sendRaw(raw::kDocumentAttributes);
 
-  if (isSet(sIsPageInkDryingTime)) sendExecuteMethod(1, mPageInkDryingTime);
-  if (isSet(sIsBandInkDryingTime)) sendExecuteMethod(2, mBandInkDryingTime);
-  if (isSet(sIsRollMediaTopBlank)) sendExecuteMethod(3, mRollMediaTopBlank);
-  if (isSet(sIsPrintingSuction)) sendExecuteMethod(7, mPrintingSuction);
-  if (isSet(sIsCuttingSpeed)) sendExecuteMethod(9, mCuttingSpeed);
-  if (isSet(sIsHeadHeight)) sendExecuteMethod(14, mHeadHeight);
-  if (isSet(sIsOutwardSizeFirst)) sendExecuteMethod(4, mOutwardSizeFirst);
-  if (isSet(sIsCalibration)) sendMethod(0x0B, one(mCalibration));
-  if (isSet(sIsPathMode)) sendMethod(0x14, one(mPathMode));
-  if (isSet(sIsPlex)) sendSetDocument(2015, one(mPlex));
+  if (isSet(sIsPageInkDryingTime))
+    sendExecuteMethod(selector::kPageInkDryingTime, mPageInkDryingTime);
+  if (isSet(sIsBandInkDryingTime))
+    sendExecuteMethod(selector::kBandInkDryingTime, mBandInkDryingTime);
+  if (isSet(sIsRollMediaTopBlank))
+    sendExecuteMethod(selector::kRollMediaTopBlank, mRollMediaTopBlank);
+  if (isSet(sIsPrintingSuction)) sendExecuteMethod(selector::kPrintingSuction, mPrintingSuction);
+  if (isSet(sIsCuttingSpeed)) sendExecuteMethod(selector::kCuttingSpeed, mCuttingSpeed);
+  if (isSet(sIsHeadHeight)) sendExecuteMethod(selector::kHeadHeight, mHeadHeight);
+  if (isSet(sIsOutwardSizeFirst)) sendExecuteMethod(selector::kOutwardSizeFirst, mOutwardSizeFirst);
+  if (isSet(sIsCalibration)) sendMethod(method::kCalibration, one(mCalibration));
+  if (isSet(sIsPathMode)) sendMethod(method::kSetPathMode, one(mPathMode));
+  if (isSet(sIsPlex)) sendSetDocument(attribute::kPlex, one(mPlex));
   if (isSet(sIsPlexImagePositionAdjustment)) {
-    sendSetDocument(2303, one(mPlexImagePositionAdjustment));
+    sendSetDocument(attribute::kPlexImagePositionAdjustment, one(mPlexImagePositionAdjustment));
   }
-  sendRaw(6);
+  sendRaw(raw::kDocumentMethods);
   return streamResult();
 }
 
 int ZELP_SendJobEnd(int flag) {
-  sendControlPacket(25, {});
-  sendControlPacket(22, {});
+  sendControlPacket(kEndDocument, {});
+  sendControlPacket(kEndBinder, {});
   if (mVersion == 2) {
-    if (isSet(sIsJobImpressions2)) sendSetJob(275, mJobImpressions2);
+    if (isSet(sIsJobImpressions2)) sendSetJob(attribute::kJobImpressions2, mJobImpressions2);
     if (isSet(sIsJobOctets)) {
       // What is still to come: this SetJob (26 bytes) and the end-job packet (21).
       storeBigEndian(mJobOctets, zelp_GetJobOctetsLength() + 47);
-      sendSetJob(2006, mJobOctets);
+      sendSetJob(attribute::kJobOctets, mJobOctets);
     }
   }
   const std::uint8_t last = flag != 0 ? 0x01 : 0x00;
-  sendControlPacket(19, one(last));
+  sendControlPacket(kEndJob, one(last));
   return streamResult();
 }

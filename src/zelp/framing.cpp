@@ -1,10 +1,12 @@
+// Packet framing: headers, data packets from the write buffer, raw packets, the job byte count.
 #include "zelp/framing.h"
 
 #include <cstring>
 #include <vector>
 
-#include "config/parameter.h"
+#include "zelp/codes.h"
 #include "zelp/lxfile.h"
+#include "zelp/raw_packet_record.h"
 #include "zelp/zelp.h"
 
 namespace {
@@ -66,8 +68,9 @@ void sendPacketParameterChar(std::uint32_t value) {
 }
 
 void sendDataPacket(const unsigned char* bytes, int n, int moreFollows) {
-  unsigned char head[21] = {0xCD, 0xCA, 0x10, static_cast<unsigned char>(moreFollows ? 0x02 : 0x00),
-                            0x00, 0x1A, 0x00, 0x01};
+  unsigned char head[21] = {
+      0xCD, 0xCA,        0x10, moreFollows ? zelp::kMoreData : std::uint8_t{0},
+      0x00, zelp::kData, 0x00, 0x01};
   const std::uint32_t parameterLength = static_cast<std::uint32_t>(n) + 1;
   head[8] = static_cast<unsigned char>(parameterLength >> 8);
   head[9] = static_cast<unsigned char>(parameterLength);

@@ -7,7 +7,6 @@
 struct rawPacket;
 
 constexpr int kZELPWriteBufferBytes = 65534;
-constexpr std::uint16_t kZELPDataOperation = 0x001A;
 
 // Buffer lifetime and the job byte count, owned by the framing module.
 void zelp_AllocateWriteBuffer();

@@ -1,3 +1,4 @@
+// The job's single output stream.
 #include "zelp/lxfile.h"
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "cmdfile/raw_packet.h"
+#include "config/raw_packet.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "cmdfile/cmdfile_info.h"
-#include "cmdfile/raw_packet.h"
+#include "config/raw_packet.h"
 
 namespace {
 

@@ -99,15 +99,16 @@ TEST(FullRecord, EveryKeyOfEverySection) {
                   e.yOffsetCWithPosition, e.yOffsetCWithPositionSign, e.colorSpace,
                   e.compressionMode, e.numOfPlanes, e.graphicResolutionH, e.graphicResolutionV}),
             (Ints{5003, 100, 1, 200, 0, 7, 0, -1, 0, -5, -1, 5, 3, 11, 600, 300}));
-  const char* files[kImageFileCount] = {"job/cmyk.tif",   "job/k.bmp",  "job/c.bmp",  "job/m.bmp",
-                                        "job/y.bmp",      "job/lc.bmp", "job/lm.bmp", "job/rgb.tif",
-                                        "job/sub/gy.bmp", "pgy.bmp",    "job/r.bmp",  "job/g.bmp",
-                                        "job/b.bmp"};
+  const char* files[kImageFileCount] = {"job/k.bmp",  "job/c.bmp",      "job/m.bmp", "job/y.bmp",
+                                        "job/lc.bmp", "job/lm.bmp",     "job/r.bmp", "job/g.bmp",
+                                        "job/b.bmp",  "job/sub/gy.bmp", "pgy.bmp",   "job/cmyk.tif",
+                                        "job/rgb.tif"};
   for (int i = 0; i < kImageFileCount; ++i)
     EXPECT_EQ(std::string(e.imageFile[i]), (top / files[i]).string()) << i;
-  for (int i = 0; i < kPixelDepthCount; ++i) EXPECT_EQ(e.pixelDepth[i], i + 1) << i;
-  const int levels[kIndexLevelCount] = {3, 4, 5, 6, 16, 0};
-  for (int i = 0; i < kIndexLevelCount; ++i) EXPECT_EQ(e.indexLevel[i], reductionTable(levels[i]));
+  for (int i = 0; i < kelm::kPlaneCount; ++i) EXPECT_EQ(e.pixelDepth[i], i + 1) << i;
+  const int levels[kelm::kInkPlaneCount] = {3, 4, 5, 6, 16, 0};
+  for (int i = 0; i < kelm::kInkPlaneCount; ++i)
+    EXPECT_EQ(e.indexLevel[i], reductionTable(levels[i]));
 }
 
 }  // namespace

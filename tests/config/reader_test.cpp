@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "job_files.h"
+#include "text/text.h"
 
 namespace {
 

@@ -125,9 +125,9 @@ TEST(ImageSection, ChecksOfTheEntry) {
   // An explicit depth of 0 passes the file check; light magenta needs a positive one.
   TempDir dir;
   auto p = readJob(dir, kKELM + entry(4, 1, "2", k + "PixelDepthK=0\nPixelDepthC=8\n"));
-  EXPECT_EQ(p->imageParameterList->pixelDepth[kDepthK], 0);
+  EXPECT_EQ(p->imageParameterList->pixelDepth[kelm::kPlaneK], 0);
   p = readJob(dir, kKELM + entry(4, 1, "2", "ImageFilem=\"m.bmp\"\nPixelDepthm=8\n"));
-  EXPECT_EQ(p->imageParameterList->pixelDepth[kDepthm], 8);
+  EXPECT_EQ(p->imageParameterList->pixelDepth[kelm::kPlanem], 8);
 }
 
 TEST(ImageSection, Modes) {
@@ -153,7 +153,8 @@ TEST(ImageSection, Modes) {
     TempDir dir;
     auto p = readJob(dir, kKELM + c.entry);
     EXPECT_EQ(p->imageParameterList->mode, c.mode);
-    EXPECT_EQ(p->imageParameterList->indexLevel[kLevelK], c.rgbSense ? kRGBSenseTable : nullptr);
+    EXPECT_EQ(p->imageParameterList->indexLevel[kelm::kPlaneK],
+              c.rgbSense ? kRGBSenseTable : nullptr);
   }
 }
 
@@ -169,15 +170,15 @@ TEST(ImageSection, LaterEntriesInheritFromTheFirst) {
   const imageParameter& third = *second.next;
   EXPECT_EQ(first.sameImageConfiguration, -1);
   EXPECT_EQ(second.compressionMode, 2);
-  EXPECT_EQ(second.pixelDepth[kDepthK], 8);
-  EXPECT_EQ(second.indexLevel[kLevelK], reductionTable(4));
+  EXPECT_EQ(second.pixelDepth[kelm::kPlaneK], 8);
+  EXPECT_EQ(second.indexLevel[kelm::kPlaneK], reductionTable(4));
   EXPECT_EQ(second.graphicResolutionV, 300);
   EXPECT_EQ(second.startingPositionX, 10);  // its own settings stay
   EXPECT_EQ(second.sameImageConfiguration, 1);
   EXPECT_EQ(second.sameGraphicResolutionH, 1);
   EXPECT_EQ(second.sameGraphicResolutionV, 1);
   // Compression and index levels are not compared.
-  EXPECT_EQ(third.indexLevel[kLevelK], nullptr);
+  EXPECT_EQ(third.indexLevel[kelm::kPlaneK], nullptr);
   EXPECT_EQ(third.sameImageConfiguration, 1);
   EXPECT_EQ(third.sameGraphicResolutionH, 1);
   EXPECT_EQ(third.sameGraphicResolutionV, -1);

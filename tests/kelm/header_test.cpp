@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "config/parameter.h"
 #include "harness.h"
 #include "kelm/kelm.h"
 #include "support/support.h"

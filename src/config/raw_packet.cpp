@@ -1,4 +1,5 @@
-#include "cmdfile/raw_packet.h"
+// Raw packets from [ZELP_Raw] sections and from [ZELP] lines naming a defined command.
+#include "config/raw_packet.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -7,6 +8,7 @@
 
 #include "cmdfile/cmdfile_info.h"
 #include "config/config.h"
+#include "text/text.h"
 
 namespace {
 

@@ -1,6 +1,7 @@
-#include <cstring>
+// Line reading and character tests shared by the two file readers.
+#include "text/text.h"
 
-#include "config/config.h"
+#include <cstring>
 
 char* sReadLine(char* buf, int size, std::FILE* fp) {
   int stored = 0;
