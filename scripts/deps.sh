@@ -4,8 +4,8 @@ set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
 packages=(cmake g++ make)
 case "${1:-build}" in
-  test) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config binutils) ;;
-  bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libbenchmark-dev pkg-config libtiff-tools) ;;
+  test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang) ;;
+  bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev libbenchmark-dev pkg-config libtiff-tools) ;;
 esac
 missing=()
 for p in "${packages[@]}"; do

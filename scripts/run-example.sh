@@ -3,7 +3,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh build
-cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DZELPGEN_BUILD_TESTS=OFF >/dev/null
+cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DZELPGEN_BUILD_TESTS=OFF \
+  -DZELPGEN_BUILD_BENCH=OFF >/dev/null
 cmake --build build/release -j"$(nproc)" --target zelpgen_cli
 cd examples
 ../build/release/tools/zelpgen/zelpgen job.cfg

@@ -1,13 +1,68 @@
+/* zelpgen: turns a job configuration file into one print file for large-format ink-jet printers.
+ *
+ * Link with -lzelpgen (pkg-config zelpgen, or the CMake target zelpgen::zelpgen). The version
+ * this header came with is in <zelpgen/version.h>.
+ *
+ * The call
+ *   makeZELPData(path) reads the job configuration file at `path` (`[Section]` headings and
+ *   `Key=Value` lines naming TIFF or Windows BMP images), reads the images it names and writes
+ *   one print file, then returns. It runs on the caller's thread and starts no other.
+ *
+ * Where the print file goes
+ *   To the [Global] OutFilePath when the job gives one (a relative path is taken from the
+ *   configuration file's directory), otherwise beside the configuration file: its absolute path
+ *   with the last extension replaced by ".dat" (job.cfg -> job.dat). An existing file is
+ *   overwritten. Relative image paths are also taken from the configuration file's directory.
+ *
+ * Standard output and standard error
+ *   stdout: the JobTime value and the [ZELP_Raw] packet lines as they are read, the errors of a
+ *   faulty command definition file, and the names of missing sections of a faulty job.
+ *   stderr: "ERROR! <message>(<code>)" for an image or raster problem (an image that cannot be
+ *   opened or read); the job goes on with the next image and the call still returns.
+ *   Output goes through the process's stdio buffers; flush them before fork() in the host.
+ *
+ * A configuration error ends the calling process
+ *   A job that cannot be run (an unreadable or malformed configuration file, a missing required
+ *   section, a faulty command definition file, an output file that cannot be created, a path too
+ *   long) calls exit(1): atexit handlers run and the process ends with status 1; the call never
+ *   returns. A host that must survive bad jobs runs each job in a child process (fork, then
+ *   waitpid and WEXITSTATUS); examples/host/ shows how.
+ *
+ * The command definition file
+ *   "zelpgencmd.inf", which may define further job-control commands, is read from the process's
+ *   current working directory (not the configuration file's) at the start of every job. Without
+ *   it the job runs with the built-in commands only.
+ *
+ * Not re-entrant
+ *   The library keeps the job in progress in process-wide state: one job per process at a time,
+ *   never two threads calling at once. Jobs called one after another in one process are fine.
+ *
+ * Path length
+ *   The configuration file's absolute path, and every path in it (output, images, table files),
+ *   must stay under 260 bytes (259 characters and the terminating NUL); a longer configuration
+ *   path, or a default output name that does not fit, ends the process with status 1.
+ *
+ * Result
+ *   0 when the print file has been written (image problems reported on stderr included). There is
+ *   no other return value: failures that stop the job end the process as described above.
+ *   Process exit status seen by a host running the job in a child: 0 done, 1 job error.
+ */
 #ifndef ZELPGEN_ZELPGEN_H
 #define ZELPGEN_ZELPGEN_H
+
+#if defined(__GNUC__) || defined(__clang__)
+#define ZELPGEN_API __attribute__((visibility("default")))
+#else
+#define ZELPGEN_API
+#endif
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/* Turns the job configuration file at `path` into one print file. Returns 0; a configuration
- * error ends the process with exit status 1. Not re-entrant: one job per process at a time. */
-__attribute__((visibility("default"))) int makeZELPData(const char* path);
+/* Writes the print file of the job configuration file at `path`; returns 0 or ends the process
+ * with status 1 (see above). */
+ZELPGEN_API int makeZELPData(const char* path);
 
 #ifdef __cplusplus
 }

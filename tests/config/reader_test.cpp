@@ -85,7 +85,9 @@ struct Accepted {
 };
 
 TEST(Reader, AcceptedLayouts) {
-  const std::string longLine = "#" + std::string(2000, 'x') + "\n";
+  std::string longLine(2002, 'x');
+  longLine.front() = '#';
+  longLine.back() = '\n';
   const std::vector<Accepted> cases = {
       {"[ZELP]\r\nJobName=\"a\"\rJobOwner=\"b\"\n" + kTail,
        [](const parameter& p, const std::string&) {

@@ -102,7 +102,8 @@ std::string outline(const std::vector<inspect::RasterCommand>& commands, std::si
   for (std::size_t i = from; i < to && i < commands.size(); ++i) {
     const inspect::RasterCommand& c = commands[i];
     if (c.is("*b", 'V') || c.is("*b", 'W')) continue;
-    codes += (codes.empty() ? "" : " ") + c.code();
+    if (!codes.empty()) codes += ' ';
+    codes += c.code();
   }
   return codes;
 }

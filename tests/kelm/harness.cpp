@@ -34,7 +34,10 @@ std::vector<inspect::RasterCommand> parse(const std::string& raster) {
 
 std::string captureCodes(const std::function<void()>& body) {
   std::string codes;
-  for (const auto& c : parse(captureRaster(body))) codes += (codes.empty() ? "" : " ") + c.code();
+  for (const auto& c : parse(captureRaster(body))) {
+    if (!codes.empty()) codes += ' ';
+    codes += c.code();
+  }
   return codes;
 }
 

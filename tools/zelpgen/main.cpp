@@ -4,6 +4,7 @@
 #include <span>
 
 #include "commands.h"
+#include "zelpgen/version.h"
 
 namespace {
 
@@ -52,7 +53,7 @@ int main(int argc, char** argv) {
     return cli::kExitOk;
   }
   if (std::strcmp(first, "--version") == 0) {
-    std::puts("zelpgen " ZELPGEN_VERSION);
+    std::puts("zelpgen " ZELPGEN_VERSION_STRING);
     return cli::kExitOk;
   }
   for (const Subcommand& sub : kSubcommands) {
