@@ -287,8 +287,12 @@ TEST(SendBand, PixelRowsInterleaveOverTheFirstStride) {
     const auto raster = kelmtest::captureRaster([&] { image.send(c.mode, {c.rows}, [](int) {}); });
     for (const auto& command : kelmtest::parse(raster)) {
       if (command.is("*r", 'A') || command.is("*r", 'C')) continue;
-      codes += (codes.empty() ? "" : " ") + command.code();
-      if (!command.data.empty()) codes += " " + testsupport::hex(command.data);
+      if (!codes.empty()) codes += ' ';
+      codes += command.code();
+      if (!command.data.empty()) {
+        codes += ' ';
+        codes += testsupport::hex(command.data);
+      }
     }
     EXPECT_EQ(codes, c.codes) << c.name;
   }
