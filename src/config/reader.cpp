@@ -69,10 +69,12 @@ LineKind classifyLine(const char* line, int lineNumber, char* key, char* value) 
   copyText(text, line);
   trimSpaces(text);
   if (sIsCStyleComment != 0) {
-    if (startsWith(text, "/*"))
+    if (startsWith(text, "/*")) {
+      diag::clearPlace();
       diag::failJob({sPath, lineNumber, {}, {}, {},
                      "block comment opened at line " + std::to_string(sCommentLine) +
                          " opens again before it is closed"});
+    }
     if (startsWith(text, "*/")) sIsCStyleComment = 0;
     return LineKind::kIgnored;
   }

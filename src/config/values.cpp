@@ -484,7 +484,7 @@ int parseParameterStringUUID(const char* key, const char* want, const char* valu
   requireValue(value, false);
   unsigned char uuid[16];
   if (processUUID(value, uuid) != 0)
-    fail(quoted(value) + " is not a UUID of 32 hexadecimal digits in groups 8-4-4-4-12");
+    fail(std::string(value) + " is not a UUID of 32 hexadecimal digits in groups 8-4-4-4-12");
   std::memcpy(field, uuid, sizeof uuid);
   return 1;
 }

@@ -41,6 +41,14 @@ void say(diag::Severity severity, const diag::JobError& error) {
   if (!warning) throw JobFailed{};
 }
 
+// The trial wrote elsewhere: the job's own print file must be creatable too.
+bool canWrite(const std::string& file) {
+  if (access(file.c_str(), F_OK) == 0) return access(file.c_str(), W_OK) == 0;
+  const std::size_t slash = file.rfind('/');
+  const std::string dir = slash == std::string::npos ? "." : file.substr(0, slash + 1);
+  return access(dir.c_str(), W_OK) == 0;
+}
+
 // The library's own stdout sent to /dev/null for as long as it lives.
 class MutedStdout {
  public:
@@ -90,6 +98,9 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
         scratch = name;
       }
       runJob(path, JobOptions{scratch.empty() ? nullptr : scratch.c_str()}, &outcome.report);
+      if (!canWrite(outcome.report.outFile))
+        say(diag::Severity::kError,
+            {{}, 0, {}, {}, {}, "cannot write the print file " + outcome.report.outFile});
     } else {
       runJob(path, JobOptions{}, &outcome.report);
     }
