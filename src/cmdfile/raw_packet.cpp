@@ -116,8 +116,10 @@ int parseZELP_RawParameter(cfgLine* line, parameter* p) {
   if (hasHexPrefix(key) || key[0] == '"') {
     rawPacket* packet = lastRawPacket(p->rawPacketList);
     if (packet == nullptr) diag::failJob("packet data before any SimplePacket or FullPacket");
-    // A malformed line is dropped without a word; the echo shows it all the same.
-    writeRawPacket(packet, key);
+    // A malformed line is dropped; the echo shows it all the same.
+    if (writeRawPacket(packet, key) != 0)
+      diag::warn("not packet bytes (0x and hexadecimal digits, or a quoted text); the line is "
+                 "left out of the packet");
     std::printf("\t%s\n", key);
     return 1;
   }

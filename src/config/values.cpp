@@ -454,7 +454,11 @@ int extractParameterIntegerSymbol(const char* key, const char* want, const char*
   if (numberValue(value, &v)) return store(field, v, line);
   const char* rest = separateIDAndInt(value);
   // Any other word is accepted and leaves the field unset.
-  if (rest == nullptr) return 1;
+  if (rest == nullptr) {
+    diag::warn(quoted(value) + " is accepted and ignored: it does not start with " +
+               kMediumTypeExPrefix);
+    return 1;
+  }
   if (convertCharToInt(rest, &v) != 0)
     fail(quoted(value) + " ends in neither four digits nor any, not_care, unknown, other");
   return store(field, v, line);
