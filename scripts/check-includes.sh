@@ -7,13 +7,14 @@ cd "$(dirname "$0")/.."
 
 declare -A allowed=(
   [text]=""
+  [diag]=""
   [image]=""
   [zelp]=""
   [cmdfile]="text"
   [kelm]="zelp image"
-  [config]="cmdfile text image zelp kelm"
+  [config]="cmdfile text image zelp kelm diag"
   [inspect]="zelp/codes.h kelm/codes.h"
-  [driver]="config cmdfile kelm zelp image zelpgen"
+  [driver]="config cmdfile kelm zelp image diag zelpgen"
 )
 
 status=0

@@ -2,11 +2,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <string>
 
 #include "config/config.h"
 #include "config/key_handlers.h"
 #include "config/sections.h"
 #include "config/values.h"
+#include "diag/diag.h"
 #include "image/reduction.h"
 #include "kelm/codes.h"
 
@@ -49,11 +51,17 @@ using ImageHandler = int (*)(cfgLine*, imageParameter*);
 
 template <int I>
 int imageFile(cfgLine* l, imageParameter* e) {
+  e->imageFileLine[I] = l->lineNumber;
   return parseParameterString(l->key, l->key, l->value, e->imageFile[I], l);
 }
 template <Plane I>
 int pixelDepth(cfgLine* l, imageParameter* e) {
-  return parseParameterInteger(l->key, l->key, l->value, &e->pixelDepth[I], l);
+  const int stored = parseParameterInteger(l->key, l->key, l->value, &e->pixelDepth[I], l);
+  const int depth = e->pixelDepth[I];
+  if (depth > 0 && depth != 1 && depth != 2 && depth != 4 && depth != 8 && depth != 10)
+    diag::warn(std::to_string(depth) +
+               " is a depth no reader fills (1, 2, 4, 8, 10); the plane goes out blank");
+  return stored;
 }
 template <Plane I>
 int indexLevel(cfgLine* l, imageParameter* e) {
@@ -193,7 +201,7 @@ int parseKELMParameter(cfgLine* line, parameter* p) {
   if (std::strcmp(line->key, "[KELM]") == 0) return 0;
   for (const KELMKey& k : kKELMKeys)
     if (std::strcmp(line->key, k.name) == 0) return k.parse(line, p);
-  if (std::strcmp(line->key, "NewPJL") != 0) std::exit(1);
+  if (std::strcmp(line->key, "NewPJL") != 0) diag::failJob("unknown key");
   newPJLLine* pjl = addNewPJLLine(p);
   return parseParameterString(line->key, "NewPJL", line->value, pjl->text, line);
 }
@@ -202,10 +210,10 @@ int parseImageParameter(cfgLine* line, parameter* p) {
   if (std::strcmp(line->key, "[Image]") == 0) return 0;
   if (takeNewImageSection()) initImageParameter(addImageParameter(p->imageParameterList));
   imageParameter* entry = getLastImageParameter(p);
-  if (entry == nullptr) std::exit(1);
+  if (entry == nullptr) diag::failJob("a key outside any [Image] section");
   for (const ImageKey& k : kImageKeys)
     if (std::strcmp(line->key, k.name) == 0) return k.parse(line, entry);
-  std::exit(1);
+  diag::failJob("unknown key");
 }
 
 void checkKELMSectionParameter(const parameter* p, const cfgLine* lines, int fromLine) {
@@ -298,7 +306,7 @@ void setMode(imageParameter* e) {
 void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine) {
   imageParameter* first = p->imageParameterList.get();
   imageParameter* e = getLastImageParameter(p);
-  if (e == nullptr) std::exit(1);
+  if (e == nullptr) diag::failJob({{}, fromLine, "Image", {}, {}, "the [Image] section has no keys"});
   if (e == first) {
     for (const char* key : {"ColorSpace", "NumOfPlanes", "CompressionMode", "GraphicResolutionH",
                             "GraphicResolutionV"})
@@ -312,10 +320,26 @@ void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine
   int planes = 0;
   for (int depth : e->pixelDepth)
     if (depth > 0) ++planes;
+  auto fail = [fromLine](const std::string& reason) {
+    diag::failJob({{}, fromLine, "Image", "NumOfPlanes", {}, reason});
+  };
+  const std::string given = std::to_string(planes) + (planes == 1 ? " depth" : " depths");
   if (e->colorSpace >= color_space::kRowRGB && e->colorSpace <= color_space::kRowInkBiLevel &&
       planes != e->numOfPlanes)
-    std::exit(1);
-  if (e->colorSpace == color_space::kPixelRGB && planes != 3) std::exit(1);
-  if (!planesAllowed(e->colorSpace, e->numOfPlanes)) std::exit(1);
+    fail("plane count " + std::to_string(e->numOfPlanes) + " does not match the " + given +
+         " given");
+  if (e->colorSpace == color_space::kPixelRGB && planes != 3)
+    fail("ColorSpace 18 takes the three depths R, G and B; " + given + " given");
+  if (!planesAllowed(e->colorSpace, e->numOfPlanes))
+    fail(std::to_string(e->numOfPlanes) + " planes are not allowed with ColorSpace " +
+         std::to_string(e->colorSpace));
   setMode(e);
+}
+
+const char* imageFileKey(int file) {
+  static constexpr const char* kNames[kImageFileCount] = {
+      "ImageFileK", "ImageFileC", "ImageFileM",  "ImageFileY",    "ImageFilec",
+      "ImageFilem", "ImageFileR", "ImageFileG",  "ImageFileB",    "ImageFileGy",
+      "ImageFilePgy", "ImageFileCMYK", "ImageFileRGB"};
+  return kNames[file];
 }
