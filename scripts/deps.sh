@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing: deps.sh [build|test|bench]
 set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
-packages=(cmake g++ make)
+packages=(cmake g++ make libpng-dev)
 case "${1:-build}" in
   test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang) ;;
   bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev libbenchmark-dev pkg-config libtiff-tools) ;;

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "inspect/job.h"
 #include "zelp/codes.h"
 
 namespace inspect {
@@ -16,6 +17,7 @@ std::uint16_t word(std::span<const std::uint8_t> b, std::size_t at) {
   return static_cast<std::uint16_t>((b[at] << 8) | b[at + 1]);
 }
 
+// False (and 0) for the callers that return a size.
 bool fail(std::string* error, std::size_t offset, const char* what) {
   if (error != nullptr) {
     char text[160];
@@ -113,7 +115,9 @@ void appendHex(std::string* out, std::span<const std::uint8_t> bytes) {
   for (std::size_t i = 0; i < bytes.size() && i < kShown; ++i) {
     appendf(out, i == 0 ? "%02X" : " %02X", bytes[i]);
   }
-  if (bytes.size() > kShown) appendf(out, " ... (%zu bytes)", bytes.size());
+  if (bytes.size() > kShown) {
+    appendf(out, " ... (%zu bytes, crc %08X)", bytes.size(), crc32(0, bytes.data(), bytes.size()));
+  }
 }
 
 void appendAttribute(std::string* out, const Attribute& a) {
@@ -122,35 +126,40 @@ void appendAttribute(std::string* out, const Attribute& a) {
   appendHex(out, a.value);
 }
 
-// Where a packet may stand: the levels a job opens and closes in turn.
-enum class Level { kNone, kJob, kBinder, kDocument, kClosingJob, kEnded };
 
 }  // namespace
+
+std::size_t decodePacket(std::span<const std::uint8_t> bytes, std::size_t at, Packet* packet,
+                         std::string* error) {
+  if (bytes.size() < 20) return fail(error, at, "truncated packet header");
+  if (bytes[0] != 0xCD || bytes[1] != 0xCA || bytes[2] != 0x10) {
+    return fail(error, at, "packet does not start with CD CA 10");
+  }
+  Packet& p = *packet;
+  p.offset = at;
+  p.flags = bytes[3];
+  p.operation = word(bytes, 4);
+  p.parameterLength = word(bytes, 8);
+  if (bytes.size() - 20 < p.parameterLength) return fail(error, at, "truncated parameters");
+  p.parameters.assign(bytes.begin() + 20, bytes.begin() + 20 + p.parameterLength);
+  if (p.operation == kData) {
+    if (p.parameterLength < 2 || p.parameters[0] != 0x01) {
+      return fail(error, at, "data packet without its lead byte and payload");
+    }
+    if (p.flags != 0x00 && p.flags != kMoreData) return fail(error, at, "data packet flags");
+  }
+  return 20 + std::size_t{p.parameterLength};
+}
 
 bool decodePackets(std::span<const std::uint8_t> bytes, std::vector<Packet>* packets,
                    std::string* error) {
   packets->clear();
   std::size_t at = 0;
   while (at < bytes.size()) {
-    if (bytes.size() - at < 20) return fail(error, at, "truncated packet header");
-    if (bytes[at] != 0xCD || bytes[at + 1] != 0xCA || bytes[at + 2] != 0x10) {
-      return fail(error, at, "packet does not start with CD CA 10");
-    }
     Packet p;
-    p.offset = at;
-    p.flags = bytes[at + 3];
-    p.operation = word(bytes, at + 4);
-    p.parameterLength = word(bytes, at + 8);
-    if (bytes.size() - at - 20 < p.parameterLength) return fail(error, at, "truncated parameters");
-    p.parameters.assign(bytes.begin() + static_cast<std::ptrdiff_t>(at + 20),
-                        bytes.begin() + static_cast<std::ptrdiff_t>(at + 20 + p.parameterLength));
-    if (p.operation == kData) {
-      if (p.parameterLength < 2 || p.parameters[0] != 0x01) {
-        return fail(error, at, "data packet without its lead byte and payload");
-      }
-      if (p.flags != 0x00 && p.flags != kMoreData) return fail(error, at, "data packet flags");
-    }
-    at += 20 + p.parameterLength;
+    const std::size_t size = decodePacket(bytes.subspan(at), at, &p, error);
+    if (size == 0) return false;
+    at += size;
     packets->push_back(std::move(p));
   }
   return true;
@@ -234,75 +243,86 @@ const char* methodName(const MethodCall& call) {
   }
 }
 
-bool checkJob(const std::vector<Packet>& packets, std::string* error) {
-  if (packets.empty()) return fail(error, 0, "no packets");
-  Level level = Level::kNone;
-  for (const Packet& p : packets) {
-    const char* name = operationName(p.operation);
-    if (name == nullptr) return fail(error, p.offset, "unknown operation");
-    if (p.operation != kData && p.flags != 0) {
-      return fail(error, p.offset, "flags on a packet that is not data");
-    }
-    bool placed = false;
-    switch (p.operation) {
-      case kStartJob:
-        placed = level == Level::kNone;
-        level = Level::kJob;
-        break;
-      case kOpenJob:
-        if (!openJobEntries(p)) return fail(error, p.offset, "malformed open-job entries");
-        placed = level == Level::kNone;
-        level = Level::kJob;
-        break;
-      case kSetJob:
-        placed = level == Level::kJob || level == Level::kClosingJob;
-        break;
-      case kStartBinder:
-        placed = level == Level::kJob;
-        level = Level::kBinder;
-        break;
-      case kSetBinder:
-        placed = level == Level::kBinder;
-        break;
-      case kStartDocument:
-        placed = level == Level::kBinder;
-        level = Level::kDocument;
-        break;
-      case kSetDocument:
-      case kData:
-        placed = level == Level::kDocument;
-        break;
-      case kExecuteMethod:
-        if (!executeMethod(p)) return fail(error, p.offset, "execute method too short");
-        placed = level == Level::kJob || level == Level::kBinder || level == Level::kDocument;
-        break;
-      case kEndDocument:
-        placed = level == Level::kDocument;
-        level = Level::kBinder;
-        break;
-      case kEndBinder:
-        placed = level == Level::kBinder;
-        level = Level::kClosingJob;
-        break;
-      case kEndJob:
-        if (p.parameters.size() != 1) return fail(error, p.offset, "end job without its flag");
-        placed = level == Level::kClosingJob;
-        level = Level::kEnded;
-        break;
-      default:
-        break;
-    }
-    if (isSetOperation(p.operation) && p.parameters.size() < 2) {
-      return fail(error, p.offset, "attribute packet without an attribute id");
-    }
-    if (!placed) {
-      char what[64];
-      std::snprintf(what, sizeof what, "%s out of place", name);
-      return fail(error, p.offset, what);
-    }
+bool JobChecker::add(const Packet& p, std::string* error) {
+  any_ = true;
+  Level& level = level_;
+  const char* name = operationName(p.operation);
+  if (name == nullptr) return fail(error, p.offset, "unknown operation");
+  if (p.operation != kData && p.flags != 0) {
+    return fail(error, p.offset, "flags on a packet that is not data");
   }
-  if (level != Level::kEnded) return fail(error, packets.back().offset, "job not ended");
+  bool placed = false;
+  switch (p.operation) {
+    case kStartJob:
+      placed = level == Level::kNone;
+      level = Level::kJob;
+      break;
+    case kOpenJob:
+      if (!openJobEntries(p)) return fail(error, p.offset, "malformed open-job entries");
+      placed = level == Level::kNone;
+      level = Level::kJob;
+      break;
+    case kSetJob:
+      placed = level == Level::kJob || level == Level::kClosingJob;
+      break;
+    case kStartBinder:
+      placed = level == Level::kJob;
+      level = Level::kBinder;
+      break;
+    case kSetBinder:
+      placed = level == Level::kBinder;
+      break;
+    case kStartDocument:
+      placed = level == Level::kBinder;
+      level = Level::kDocument;
+      break;
+    case kSetDocument:
+    case kData:
+      placed = level == Level::kDocument;
+      break;
+    case kExecuteMethod:
+      if (!executeMethod(p)) return fail(error, p.offset, "execute method too short");
+      placed = level == Level::kJob || level == Level::kBinder || level == Level::kDocument;
+      break;
+    case kEndDocument:
+      placed = level == Level::kDocument;
+      level = Level::kBinder;
+      break;
+    case kEndBinder:
+      placed = level == Level::kBinder;
+      level = Level::kClosingJob;
+      break;
+    case kEndJob:
+      if (p.parameters.size() != 1) return fail(error, p.offset, "end job without its flag");
+      placed = level == Level::kClosingJob;
+      level = Level::kEnded;
+      break;
+    default:
+      break;
+  }
+  if (isSetOperation(p.operation) && p.parameters.size() < 2) {
+    return fail(error, p.offset, "attribute packet without an attribute id");
+  }
+  if (!placed) {
+    char what[64];
+    std::snprintf(what, sizeof what, "%s out of place", name);
+    return fail(error, p.offset, what);
+  }
   return true;
+}
+
+bool JobChecker::finish(std::size_t offset, std::string* error) const {
+  if (!any_) return fail(error, 0, "no packets");
+  if (level_ != Level::kEnded) return fail(error, offset, "job not ended");
+  return true;
+}
+
+bool checkJob(const std::vector<Packet>& packets, std::string* error) {
+  JobChecker checker;
+  for (const Packet& p : packets) {
+    if (!checker.add(p, error)) return false;
+  }
+  return checker.finish(packets.empty() ? 0 : packets.back().offset, error);
 }
 
 std::string describePacket(const Packet& p) {
@@ -313,8 +333,9 @@ std::string describePacket(const Packet& p) {
   if (p.parameters.empty()) return out;
   out += "  ";
   if (p.operation == kData && !p.parameters.empty()) {
-    appendf(&out, "payload %zu%s", p.parameters.size() - 1,
-            p.flags == kMoreData ? ", more follows" : "");
+    appendf(&out, "payload %zu%s, crc %08X", p.parameters.size() - 1,
+            p.flags == kMoreData ? ", more follows" : "",
+            crc32(0, p.parameters.data() + 1, p.parameters.size() - 1));
   } else if (auto a = setAttribute(p)) {
     appendAttribute(&out, *a);
   } else if (auto call = executeMethod(p)) {

@@ -21,6 +21,11 @@ struct Packet {
   std::vector<std::uint8_t> parameters;
 };
 
+// The packet at the start of `bytes` (`offset` is where that is in the file). 0 with a message
+// naming the offset when it is not well formed or is cut short; else its size.
+std::size_t decodePacket(std::span<const std::uint8_t> bytes, std::size_t offset, Packet* packet,
+                         std::string* error);
+
 // Splits `bytes` into packets. False, with a message naming the offset, when the file is not
 // a well-formed packet sequence; `packets` then holds those before the fault.
 bool decodePackets(std::span<const std::uint8_t> bytes, std::vector<Packet>* packets,
@@ -59,6 +64,19 @@ struct MethodCall {
 std::optional<MethodCall> executeMethod(const Packet& packet);
 // "PageInkDryingTime", "JobCreatorID", ...; null if unknown.
 const char* methodName(const MethodCall& call);
+
+// The order check of checkJob, one packet at a time.
+class JobChecker {
+ public:
+  bool add(const Packet& p, std::string* error);
+  // After the last packet (`offset` names it).
+  bool finish(std::size_t offset, std::string* error) const;
+
+ private:
+  enum class Level { kNone, kJob, kBinder, kDocument, kClosingJob, kEnded };
+  Level level_ = Level::kNone;
+  bool any_ = false;
+};
 
 // True when the packets form one complete job: opened first (start or open job), then a binder
 // holding a document, data only inside the document, attributes and methods only where their

@@ -37,17 +37,26 @@ bool takesData(const std::string& group, char parameter) {
   return p == 'W' || (p == 'V' && group == "*b");
 }
 
-// Parses one parameterized escape sequence starting at `at` (after ESC); returns the position
-// after it, or 0 on error.
-std::size_t parseParameterized(std::span<const std::uint8_t> s, std::size_t start, std::size_t at,
-                               std::vector<RasterCommand>* commands, std::string* error) {
+enum class Parsed { kDone, kMore, kFault };
+
+// Parses one parameterized escape sequence starting at `at` (after ESC); `*next` receives the
+// position after it. kMore when the bytes end first and more may come.
+Parsed parseParameterized(std::span<const std::uint8_t> s, std::size_t start, std::size_t at,
+                          std::size_t base, bool final, std::vector<RasterCommand>* commands,
+                          std::size_t* next, std::string* error) {
+  const auto more = [&](const std::string& what) {
+    if (!final) return Parsed::kMore;
+    fail(error, base + start, what);
+    return Parsed::kFault;
+  };
   std::string group(1, static_cast<char>(s[at++]));
-  if (at < s.size() && isLower(s[at])) group += static_cast<char>(s[at++]);
+  if (at >= s.size()) return more("escape sequence cut short");
+  if (isLower(s[at])) group += static_cast<char>(s[at++]);
   bool continued = false;
   while (true) {
     RasterCommand c;
     c.kind = RasterCommand::Kind::kParameterized;
-    c.offset = continued ? at : start;
+    c.offset = base + (continued ? at : start);
     c.text = group;
     c.continued = continued;
     const std::size_t valueStart = at;
@@ -56,31 +65,31 @@ std::size_t parseParameterized(std::span<const std::uint8_t> s, std::size_t star
     std::int64_t number = 0;
     for (; at < s.size() && std::isdigit(s[at]); ++at, ++digits) {
       if (digits >= 18) {
-        fail(error, start, "number too long");
-        return 0;
+        fail(error, base + start, "number too long");
+        return Parsed::kFault;
       }
       number = number * 10 + (s[at] - '0');
     }
     if (at < s.size() && s[at] == '.') {
       for (++at; at < s.size() && std::isdigit(s[at]);) ++at;
     }
+    if (at >= s.size()) return more("escape sequence cut short");
     c.value.assign(s.begin() + static_cast<std::ptrdiff_t>(valueStart),
                    s.begin() + static_cast<std::ptrdiff_t>(at));
     c.number = (!c.value.empty() && c.value[0] == '-') ? -number : number;
-    if (at >= s.size()) {
-      fail(error, start, "escape sequence cut short");
-      return 0;
-    }
     const std::uint8_t p = s[at++];
     if (!isLower(p) && !isUpper(p)) {
-      fail(error, start, "bad parameter character");
-      return 0;
+      fail(error, base + start, "bad parameter character");
+      return Parsed::kFault;
     }
     c.parameter = static_cast<char>(p);
     if (takesData(group, c.parameter)) {
-      if (c.number < 0 || static_cast<std::uint64_t>(c.number) > s.size() - at) {
-        fail(error, start, "payload of " + c.code() + " runs past the stream");
-        return 0;
+      if (c.number < 0) {
+        fail(error, base + start, "negative payload length in " + c.code());
+        return Parsed::kFault;
+      }
+      if (static_cast<std::uint64_t>(c.number) > s.size() - at) {
+        return more("payload of " + c.code() + " runs past the stream");
       }
       c.data.assign(
           s.begin() + static_cast<std::ptrdiff_t>(at),
@@ -88,7 +97,10 @@ std::size_t parseParameterized(std::span<const std::uint8_t> s, std::size_t star
       at += static_cast<std::size_t>(c.number);
     }
     commands->push_back(std::move(c));
-    if (isUpper(p)) return at;
+    if (isUpper(p)) {
+      *next = at;
+      return Parsed::kDone;
+    }
     continued = true;
   }
 }
@@ -116,39 +128,91 @@ bool RasterCommand::is(std::string_view group, char letter) const {
   return kind == Kind::kParameterized && text == group && upper(parameter) == upper(letter);
 }
 
-bool parseRaster(std::span<const std::uint8_t> s, std::vector<RasterCommand>* commands,
-                 std::string* error) {
-  commands->clear();
+bool RasterParser::parse(std::span<const std::uint8_t> s, bool final, const Out& out,
+                         std::string* error, std::size_t* used) {
   std::size_t at = 0;
+  std::vector<RasterCommand> found;
   while (at < s.size()) {
     const std::size_t start = at;
     if (s[at] != kEsc) {
       while (at < s.size() && s[at] != kEsc && s[at] != '\n') ++at;
+      if (at == s.size() && !final) {
+        at = start;
+        break;
+      }
       if (at < s.size() && s[at] == '\n') ++at;
       RasterCommand c;
-      c.offset = start;
+      c.offset = base_ + start;
       c.text.assign(s.begin() + static_cast<std::ptrdiff_t>(start),
                     s.begin() + static_cast<std::ptrdiff_t>(at));
-      commands->push_back(std::move(c));
+      if (!out(std::move(c))) return false;
       continue;
     }
-    if (++at >= s.size()) return fail(error, start, "ESC at the end of the stream");
-    const std::uint8_t c = s[at];
+    if (at + 1 >= s.size()) {
+      if (!final) break;
+      return fail(error, base_ + start, "ESC at the end of the stream");
+    }
+    const std::uint8_t c = s[++at];
     if (c >= 0x21 && c <= 0x2F) {
-      at = parseParameterized(s, start, at, commands, error);
-      if (at == 0) return false;
+      found.clear();
+      std::size_t next = 0;
+      const Parsed result = parseParameterized(s, start, at, base_, final, &found, &next, error);
+      if (result == Parsed::kFault) return false;
+      if (result == Parsed::kMore) {
+        at = start;
+        break;
+      }
+      for (RasterCommand& command : found) {
+        if (!out(std::move(command))) return false;
+      }
+      at = next;
     } else if (c >= 0x30 && c <= 0x7E) {
       RasterCommand e;
       e.kind = RasterCommand::Kind::kEscape;
-      e.offset = start;
+      e.offset = base_ + start;
       e.text = std::string(1, static_cast<char>(c));
-      commands->push_back(std::move(e));
+      if (!out(std::move(e))) return false;
       ++at;
     } else {
-      return fail(error, start, "bad character after ESC");
+      return fail(error, base_ + start, "bad character after ESC");
     }
   }
+  *used = at;
   return true;
+}
+
+bool RasterParser::feed(std::span<const std::uint8_t> bytes, const Out& out, std::string* error) {
+  std::size_t used = 0;
+  if (pending_.empty()) {
+    // Most pieces end inside a command: parse in place and keep only the tail.
+    if (!parse(bytes, false, out, error, &used)) return false;
+    pending_.assign(bytes.begin() + static_cast<std::ptrdiff_t>(used), bytes.end());
+  } else {
+    pending_.insert(pending_.end(), bytes.begin(), bytes.end());
+    if (!parse(pending_, false, out, error, &used)) return false;
+    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(used));
+  }
+  base_ += used;
+  return true;
+}
+
+bool RasterParser::finish(const Out& out, std::string* error) {
+  std::size_t used = 0;
+  if (!parse(pending_, true, out, error, &used)) return false;
+  base_ += used;
+  pending_.clear();
+  return true;
+}
+
+bool parseRaster(std::span<const std::uint8_t> s, std::vector<RasterCommand>* commands,
+                 std::string* error) {
+  commands->clear();
+  RasterParser parser;
+  const RasterParser::Out collect = [commands](RasterCommand&& c) {
+    commands->push_back(std::move(c));
+    return true;
+  };
+  return parser.feed(s, collect, error) && parser.finish(collect, error);
 }
 
 bool unpackBits(std::span<const std::uint8_t> code, std::vector<std::uint8_t>* out, bool toEndMark,
@@ -199,21 +263,20 @@ bool applySeedRow(std::span<const std::uint8_t> code, std::vector<std::uint8_t>*
   return true;
 }
 
-namespace {
-
 // Rebuilds the rows of one image while its commands are read.
-class ImageBuilder {
+class RasterDecoder::Builder {
  public:
-  ImageBuilder(RasterImage* image, int planesPerRow) : image_(image) {
+  Builder(RowSink* sink, const std::vector<std::uint8_t>& configuration, int planesPerRow)
+      : sink_(sink) {
     int fromConfiguration =
-        image->configuration.size() >= 2 ? static_cast<std::int8_t>(image->configuration[1]) : 0;
+        configuration.size() >= 2 ? static_cast<std::int8_t>(configuration[1]) : 0;
     planesPerRow_ = planesPerRow > 0 ? planesPerRow : std::max(fromConfiguration, 1);
   }
 
   bool skip(const RasterCommand& c, std::string* error) {
     if (!pending_.empty()) return fail(error, c.offset, "vertical skip inside a row");
     if (c.number < 0) return fail(error, c.offset, "negative vertical skip");
-    for (std::int64_t i = 0; i < c.number; ++i) commitRow();
+    sink_->skip(c.number);
     seeds_.clear();
     return true;
   }
@@ -222,25 +285,27 @@ class ImageBuilder {
     if (code == compression::kPackBitsBlock) return block(c, error);
     const std::size_t plane = pending_.size();
     if (seeds_.size() <= plane) seeds_.resize(plane + 1);
-    std::vector<std::uint8_t> row;
+    PlaneRow row;
+    row.compression = code;
+    row.coded = c.data.size();
     bool ok = true;
     switch (code) {
       case compression::kNone:
-        row = c.data;
+        row.bytes = c.data;
         break;
       case compression::kPackBits:
-        ok = unpackBits(c.data, &row);
+        ok = unpackBits(c.data, &row.bytes);
         break;
       case compression::kSeedRow:
-        row = seeds_[plane];
-        ok = applySeedRow(c.data, &row);
+        row.bytes = seeds_[plane];
+        ok = applySeedRow(c.data, &row.bytes);
         break;
       default:
         return fail(error, c.offset, "row in unknown compression " + std::to_string(code));
     }
     if (!ok) return fail(error, c.offset, "row code cut short");
-    seeds_[plane] = row;
-    pending_.push_back({std::move(row), code});
+    seeds_[plane] = row.bytes;
+    pending_.push_back(std::move(row));
     if (upper(c.parameter) == 'W') {
       seeds_.resize(pending_.size());
       commitRow();
@@ -254,16 +319,11 @@ class ImageBuilder {
   }
 
  private:
-  struct PlaneRow {
-    std::vector<std::uint8_t> bytes;
-    int compression = -1;
-  };
-
   bool block(const RasterCommand& c, std::string* error) {
     if (upper(c.parameter) != 'W') return fail(error, c.offset, "plane row inside block mode");
     if (!pending_.empty()) return fail(error, c.offset, "block inside a row");
     if (c.data.size() < 4) return fail(error, c.offset, "block without its width");
-    image_->blockWidth = static_cast<std::int32_t>(big32(c.data));
+    const auto width = static_cast<std::int32_t>(big32(c.data));
     std::span<const std::uint8_t> rest(c.data);
     rest = rest.subspan(4);
     std::size_t rows = 0;
@@ -282,24 +342,95 @@ class ImageBuilder {
       }
     }
     if (!pending_.empty()) return fail(error, c.offset, "block ends inside a row");
-    image_->blockRows.push_back(rows);
+    sink_->block(width, rows, c.data.size());
     seeds_.clear();
     return true;
   }
 
-  // Appends the pending plane rows as one row; a plane without a pending row gets an empty one.
   void commitRow() {
-    auto& planes = image_->planes;
-    auto& compression = image_->compression;
-    const std::size_t rows = image_->rows();
-    while (planes.size() < pending_.size()) {
+    sink_->row(pending_);
+    pending_.clear();
+  }
+
+  RowSink* sink_;
+  int planesPerRow_ = 1;
+  std::vector<PlaneRow> pending_;
+  std::vector<std::vector<std::uint8_t>> seeds_;
+};
+
+RasterDecoder::RasterDecoder(RowSink* sink, int planesPerRow)
+    : sink_(sink), planesPerRow_(planesPerRow) {}
+
+RasterDecoder::~RasterDecoder() = default;
+
+bool RasterDecoder::add(const RasterCommand& c, std::string* error) {
+  if (c.is("*v", 'W')) {
+    configuration_ = c.data;
+  } else if (c.is("*b", 'M')) {
+    if (c.number != compression::kNone && c.number != compression::kPackBits &&
+        c.number != compression::kSeedRow && c.number != compression::kPackBitsBlock) {
+      return fail(error, c.offset, "unknown compression " + c.value);
+    }
+    compression_ = static_cast<int>(c.number);
+  } else if (c.is("*r", 'A')) {
+    if (builder_ != nullptr) return fail(error, c.offset, "raster mode started twice");
+    builder_ = std::make_unique<Builder>(sink_, configuration_, planesPerRow_);
+    sink_->imageStart(c, configuration_);
+  } else if (c.is("*r", 'C')) {
+    if (builder_ == nullptr) return fail(error, c.offset, "raster mode ended outside raster");
+    if (!builder_->finish(c, error)) return false;
+    builder_.reset();
+    sink_->imageEnd(c);
+  } else if (c.is("*b", 'Y')) {
+    if (builder_ != nullptr && !builder_->skip(c, error)) return false;
+  } else if (c.is("*b", 'W') || c.is("*b", 'V')) {
+    if (builder_ == nullptr) return fail(error, c.offset, "row outside raster mode");
+    if (!builder_->planeRow(c, compression_, error)) return false;
+  }
+  return true;
+}
+
+bool RasterDecoder::finish(std::size_t offset, std::string* error) {
+  if (builder_ != nullptr) return fail(error, offset, "raster mode not ended");
+  return true;
+}
+
+namespace {
+
+// Keeps every row of every image, as the tests compare them.
+class Collector : public RowSink {
+ public:
+  explicit Collector(std::vector<RasterImage>* images) : images_(images) {}
+  std::size_t index = 0;  // of the command being added
+
+  void imageStart(const RasterCommand&, const std::vector<std::uint8_t>& configuration) override {
+    images_->emplace_back();
+    images_->back().firstCommand = index;
+    images_->back().configuration = configuration;
+  }
+  void imageEnd(const RasterCommand&) override { images_->back().endCommand = index + 1; }
+  void block(std::int32_t width, std::size_t rows, std::size_t) override {
+    images_->back().blockWidth = width;
+    images_->back().blockRows.push_back(rows);
+  }
+  void skip(std::int64_t rows) override {
+    std::vector<PlaneRow> none;
+    for (std::int64_t i = 0; i < rows; ++i) row(none);
+  }
+  // A plane without a row of its own gets an empty one.
+  void row(std::vector<PlaneRow>& pending) override {
+    RasterImage& image = images_->back();
+    auto& planes = image.planes;
+    auto& compression = image.compression;
+    const std::size_t rows = image.rows();
+    while (planes.size() < pending.size()) {
       planes.emplace_back(rows);
       compression.emplace_back(rows, -1);
     }
     for (std::size_t p = 0; p < planes.size(); ++p) {
-      if (p < pending_.size()) {
-        planes[p].push_back(std::move(pending_[p].bytes));
-        compression[p].push_back(pending_[p].compression);
+      if (p < pending.size()) {
+        planes[p].push_back(std::move(pending[p].bytes));
+        compression[p].push_back(pending[p].compression);
       } else {
         planes[p].emplace_back();
         compression[p].push_back(-1);
@@ -309,13 +440,10 @@ class ImageBuilder {
       planes.emplace_back(1);
       compression.emplace_back(1, -1);
     }
-    pending_.clear();
   }
 
-  RasterImage* image_;
-  int planesPerRow_ = 1;
-  std::vector<PlaneRow> pending_;
-  std::vector<std::vector<std::uint8_t>> seeds_;
+ private:
+  std::vector<RasterImage>* images_;
 };
 
 }  // namespace
@@ -323,39 +451,13 @@ class ImageBuilder {
 bool rebuildRasterImages(const std::vector<RasterCommand>& commands,
                          std::vector<RasterImage>* images, std::string* error, int planesPerRow) {
   images->clear();
-  std::vector<std::uint8_t> configuration;
-  int compression = 0;
-  std::unique_ptr<ImageBuilder> builder;
+  Collector collector(images);
+  RasterDecoder decoder(&collector, planesPerRow);
   for (std::size_t i = 0; i < commands.size(); ++i) {
-    const RasterCommand& c = commands[i];
-    if (c.is("*v", 'W')) {
-      configuration = c.data;
-    } else if (c.is("*b", 'M')) {
-      if (c.number != compression::kNone && c.number != compression::kPackBits &&
-          c.number != compression::kSeedRow && c.number != compression::kPackBitsBlock) {
-        return fail(error, c.offset, "unknown compression " + c.value);
-      }
-      compression = static_cast<int>(c.number);
-    } else if (c.is("*r", 'A')) {
-      if (builder != nullptr) return fail(error, c.offset, "raster mode started twice");
-      images->emplace_back();
-      images->back().firstCommand = i;
-      images->back().configuration = configuration;
-      builder = std::make_unique<ImageBuilder>(&images->back(), planesPerRow);
-    } else if (c.is("*r", 'C')) {
-      if (builder == nullptr) return fail(error, c.offset, "raster mode ended outside raster");
-      if (!builder->finish(c, error)) return false;
-      images->back().endCommand = i + 1;
-      builder.reset();
-    } else if (c.is("*b", 'Y')) {
-      if (builder != nullptr && !builder->skip(c, error)) return false;
-    } else if (c.is("*b", 'W') || c.is("*b", 'V')) {
-      if (builder == nullptr) return fail(error, c.offset, "row outside raster mode");
-      if (!builder->planeRow(c, compression, error)) return false;
-    }
+    collector.index = i;
+    if (!decoder.add(commands[i], error)) return false;
   }
-  if (builder != nullptr) return fail(error, commands.back().offset, "raster mode not ended");
-  return true;
+  return decoder.finish(commands.empty() ? 0 : commands.back().offset, error);
 }
 
 }  // namespace inspect

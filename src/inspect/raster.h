@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -32,6 +34,25 @@ struct RasterCommand {
   bool is(std::string_view group, char letter) const;
 };
 
+// Splits a stream that arrives in pieces: each whole command goes to the callback as soon as its
+// last byte (payload included) has arrived; a command cut by a piece's end waits for the next.
+class RasterParser {
+ public:
+  using Out = std::function<bool(RasterCommand&&)>;
+  // False, with a message naming the stream offset, when the bytes do not parse or `out` says so.
+  bool feed(std::span<const std::uint8_t> bytes, const Out& out, std::string* error);
+  // The end of the stream: a command still waiting for bytes is a fault.
+  bool finish(const Out& out, std::string* error);
+  // Stream offset of the first byte not yet handed out as a command.
+  std::size_t pendingOffset() const { return base_; }
+
+ private:
+  bool parse(std::span<const std::uint8_t> s, bool final, const Out& out, std::string* error,
+             std::size_t* used);
+  std::vector<std::uint8_t> pending_;
+  std::size_t base_ = 0;  // stream offset of pending_[0]
+};
+
 // False, with a message naming the offset, when the stream does not parse.
 bool parseRaster(std::span<const std::uint8_t> stream, std::vector<RasterCommand>* commands,
                  std::string* error);
@@ -49,6 +70,54 @@ struct RasterImage {
   std::vector<std::size_t> blockRows;  // rows of each block, in order
   std::int32_t blockWidth = -1;        // the width field of the last block
   std::size_t rows() const { return planes.empty() ? 0 : planes.front().size(); }
+};
+
+// One plane of a raster row as decoded; `compression` -1 for a plane the row did not send.
+struct PlaneRow {
+  std::vector<std::uint8_t> bytes;
+  int compression = -1;
+  std::size_t coded = 0;  // bytes the row took in the stream (block rows count in the block)
+};
+
+// What the row decoder finds, in stream order.
+class RowSink {
+ public:
+  virtual ~RowSink() = default;
+  virtual void imageStart(const RasterCommand& start, const std::vector<std::uint8_t>& configuration) {
+    (void)start, (void)configuration;
+  }
+  // One raster row: its plane rows in the order sent (empty for a row of no plane).
+  virtual void row(std::vector<PlaneRow>& planes) { (void)planes; }
+  virtual void skip(std::int64_t rows) { (void)rows; }
+  virtual void block(std::int32_t width, std::size_t rows, std::size_t bytes) {
+    (void)width, (void)rows, (void)bytes;
+  }
+  virtual void imageEnd(const RasterCommand& end) { (void)end; }
+};
+
+// Rebuilds rows from commands given one at a time.
+class RasterDecoder {
+ public:
+  // `planesPerRow` is the number of plane rows per row inside blocks; 0 takes the plane count
+  // of the configuration.
+  explicit RasterDecoder(RowSink* sink, int planesPerRow = 0);
+  ~RasterDecoder();
+  RasterDecoder(const RasterDecoder&) = delete;
+  RasterDecoder& operator=(const RasterDecoder&) = delete;
+  bool add(const RasterCommand& c, std::string* error);
+  // The end of the stream: an image still open is a fault at `offset`.
+  bool finish(std::size_t offset, std::string* error);
+  bool inImage() const { return builder_ != nullptr; }
+  int compression() const { return compression_; }
+  const std::vector<std::uint8_t>& configuration() const { return configuration_; }
+
+ private:
+  class Builder;
+  RowSink* sink_;
+  int planesPerRow_;
+  std::vector<std::uint8_t> configuration_;
+  int compression_ = 0;
+  std::unique_ptr<Builder> builder_;
 };
 
 // Decodes every raster image of the command list. `planesPerRow` is the number of plane rows

@@ -10,6 +10,14 @@
 #include "raster_job.h"
 #include "support/image_support.h"
 
+#ifdef ZELPGEN_HAVE_PNG
+#include <png.h>
+
+#include "inspect/job.h"
+#include "inspect/render.h"
+#include "png_pages.h"
+#endif
+
 namespace {
 
 using rasterjob::Bytes;
@@ -373,6 +381,56 @@ TEST_P(RasterModes, RowsAreTheConvertedPixels) {
     }
   }
 }
+
+#ifdef ZELPGEN_HAVE_PNG
+// Drawn at one pixel per printer dot, each pixel of the image (300 dpi on a 600 dpi printer) is
+// a square of 2 x 2 in the colour its planes mix to, placed at the page's corner.
+TEST_P(RasterModes, RenderedPageIsThePlanesMixed) {
+  const ModeCase& c = GetParam();
+  if (c.withoutMode) return;  // the rows do not decode as the compression they announce
+  testsupport::TempDir dir;
+  for (const File& f : c.files) writeFile(dir, f, sourceOf(f));
+  rasterjob::printJob(dir, "", "", "[Image]\n" + c.keys + kCommon);
+  cli::PngPages pages((dir / "page-%d.png").string());
+  std::string error;
+  ASSERT_TRUE(inspect::renderJob((dir / "job.dat").string(), {}, &pages, &error)) << error;
+
+  png_image png{};
+  png.version = PNG_IMAGE_VERSION;
+  ASSERT_TRUE(png_image_begin_read_from_file(&png, (dir / "page-1.png").c_str()));
+  png.format = PNG_FORMAT_RGB;
+  Bytes page(PNG_IMAGE_SIZE(png));
+  ASSERT_TRUE(png_image_finish_read(&png, nullptr, page.data(), 0, nullptr));
+
+  std::vector<Source> sources;
+  for (const File& f : c.files) sources.push_back(sourceOf(f));
+  const inspect::ColourModel model(c.configuration);
+  Bytes want(kWidth * 3);
+  for (int r = 0; r < kHeight; ++r) {
+    std::vector<Bytes> rows;
+    for (const Plane& p : c.planes) {
+      rows.push_back(p.file < 0 ? Bytes{} : expectedRow(sources[p.file], c.files[p.file], p, r));
+    }
+    if (c.pixel) {
+      Bytes interleaved;
+      for (std::size_t i = 0; i < rows[0].size(); ++i) {
+        for (const Bytes& row : rows) interleaved.push_back(row[i]);
+      }
+      rows = {interleaved};
+    }
+    model.rgb(rows, kWidth, want.data());
+    for (std::uint32_t y = 2 * r; y < 2u * r + 2; ++y) {
+      for (std::uint32_t x = 0; x < 2 * kWidth; ++x) {
+        const bool inside = x < png.width && y < png.height;
+        for (int k = 0; k < 3; ++k) {
+          ASSERT_EQ(inside ? page[(y * png.width + x) * 3 + k] : 255, want[x / 2 * 3 + k])
+              << "dot " << x << "," << y;
+        }
+      }
+    }
+  }
+}
+#endif
 
 INSTANTIATE_TEST_SUITE_P(Jobs, RasterModes, testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });

@@ -108,7 +108,7 @@ TEST(ListPackets, OneLinePerPacketThenTheFault) {
       "          JobName(4) = 00 03 01 4A\n"
       "0000001E  SetDocument    24  flags 00  length     6  PanelMessage(2140) = 00 03 01 41\n"
       "00000038  ExecuteMethod  29  flags 00  length     9  PrintingSuction = 02\n"
-      "00000055  Data           26  flags 02  length     3  payload 2, more follows\n"
+      "00000055  Data           26  flags 02  length     3  payload 2, more follows, crc E9FFC9D0\n"
       "0000006C  SetJob         18  flags 00  length     3  attribute(4660) = 01\n"
       "00000083  EndDocument    25  flags 00  length     0\n"
       "error: offset 151: truncated parameters\n");
