@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "cmdfile/cmdfile_info.h"
 #include "support/support.h"
 
 namespace {
@@ -81,73 +80,6 @@ TEST(RawPacket, SectionFatalLines) {
     parameter p;
     EXPECT_EXIT_WITH_STDOUT(feed(parseZELP_RawParameter, p, lines), echo);
   }
-}
-
-// Commands as a definition file gives them; the print file tests show whole commands.
-const char* const kCommands =
-    "[SetThing]\n"
-    "ParamCount=2\n"
-    "SimplePacket=zelp_id_val_packet_type_document_method,\n"
-    "0x0010\n"
-    "Param1\n"
-    "0x00AA\n"
-    "Param2\n"
-    "Param1.Name=\"mode\"\n"
-    "Param1.DataType=Number\n"
-    "Param1.Size=2\n"
-    "Param1.Value=0x03,mode_fast\n"
-    "Param2.Name=\"count\"\n"
-    "Param2.DataType=Number\n"
-    "Param2.Size=1\n"
-    "[Tag]\n"
-    "ParamCount=1\n"
-    "SimplePacket=zelp_id_val_packet_type_job_attr,\n"
-    "7\n"
-    "Param1\n"
-    "Param1.Name=\"tag\"\n"
-    "Param1.DataType=String\n"
-    "Param1.Size=S\n";
-
-// The packet list a [ZELP] line naming a command of kCommands gives, as the reader passes it on.
-std::unique_ptr<rawPacket> commandPackets(const std::string& key, const std::string& value) {
-  testsupport::TempDir dir;
-  testsupport::writeFile(dir / "zelpgencmd.inf", kCommands);
-  CmdFileInfoPtr set = getCmdFileInfo((dir / "zelpgencmd.inf").c_str());
-  EXPECT_EQ(set->errors, std::vector<std::string>{});
-  EXPECT_EQ(isExistMatchCommand(set.get(), key.c_str()), 1) << key;
-  parameter p;
-  p.commandDefinitions = set.get();
-  feed(parseZELPParameterCmd, p, {{key, value}}, 15);
-  return std::move(p.rawPacketList);
-}
-
-// A packet is listed at its first parameter and waits there for the others.
-TEST(CommandPackets, PacketWaitsForItsRemainingParameters) {
-  const auto list = commandPackets("SetThing", "7");
-  ASSERT_NE(list, nullptr);
-  EXPECT_EQ(list->operation, 6u);
-  EXPECT_EQ(list->lineNumber, 15);
-  EXPECT_EQ(list->data, kSimpleHeader + Bytes({0, 0, 0, 0, 0x00, 0x10, 0x00, 0x07, 0x00, 0xAA}));
-  EXPECT_EQ(list->next, nullptr);
-}
-
-TEST(CommandPackets, StringLengthByte) {
-  const std::vector<std::pair<std::string, Bytes>> cases = {
-      {"\"\"", {0x00}},
-      {"\"a#b\"", {0x03, 'a', '#', 'b'}},
-      {"x", {0xFF}},  // no quotes: a length of -1
-      {"\"" + std::string(300, 'q') + "\"", Bytes({0x12}) + Bytes(300, 'q')},
-  };
-  for (const auto& [value, bytes] : cases) {
-    const auto list = commandPackets("Tag", value);
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->data, kSimpleHeader + Bytes({0x07}) + bytes) << value;
-  }
-}
-
-TEST(CommandPackets, UnknownSymbolOrQuotedNumberEndsTheProcess) {
-  EXPECT_EXIT_WITH_STDOUT(commandPackets("SetThing", "mode_slow"), "");
-  EXPECT_EXIT_WITH_STDOUT(commandPackets("SetThing", "\"3\""), "");
 }
 
 }  // namespace

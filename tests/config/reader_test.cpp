@@ -47,38 +47,6 @@ TEST(ReadLine, LineEndsAndLongLines) {
   EXPECT_EQ(readLines(std::string(1500, 'w')), (V{std::string(1023, 'w')}));
 }
 
-TEST(Reader, FatalLines) {
-  const std::vector<std::string> cases = {
-      "[Global]\n  \t \n" + kTail,                                     // blanks only
-      "/*\n/* nested\n*/\n" + kTail,                                   // nested block comment
-      "[Global]\n[ZELP] # note\n" + kTail,                             // not a header: unknown key
-      kTail + "/* never closed\n",                                     // ends inside a comment
-      "[ZELP]\n" + kImage + kKELM,                                     // [Image] before [KELM]
-      "[Global]\nImageProcessingFile=\"\"\n" + kTail,                  // every named file is opened
-      "[ZELP]\nJobName=abc\n" + kTail,                                 // text not quoted
-      "[ZELP]\nJobName=\"a#b\"\n" + kTail,                             // cut inside the quotes
-      "[ZELP]\nJobName=\"a\" b\n" + kTail,                             // text after the quote
-      "[Global]\nOutFilePath=\"a\"\nOutFilePath=\"b\"\n" + kTail,      // given twice
-      "[ZELP]\nJobName=\"" + std::string(2000, 'x') + "\"\n" + kTail,  // quote cut off
-      "[Global]\nColor=1\n" + kTail,                                   // unknown key
-      // The last image is checked from the last header, here the [Global] after it.
-      kTail + "[Global]\n",
-      // An [Image] section after [ZELP_Raw] is not read: no image entry at all.
-      kKELM + "[ZELP_Raw]\n[Image]\nImageFileK=\"k.bmp\"\n"};
-  for (const std::string& text : cases) EXPECT_JOB_FAILS(text, "");
-}
-
-TEST(Reader, MissingSectionsNameOnlyGlobalAndZELP) {
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      {"", "[Global]\n[ZELP]\n"},
-      {"[Global]\n", "[ZELP]\n"},
-      {"[ZELP]\n" + kKELM, "[Global]\n"},
-      {"[Global]\n[ZELP]\n" + kKELM, ""},
-      {kKELM + "[ZELP_Raw]\n", "[Global]\n[ZELP]\n"},
-      {"[Global] # not a header\n[ZELP]\n", "[Global]\n"}};
-  for (const auto& [text, out] : cases) EXPECT_JOB_FAILS(text, out);
-}
-
 struct Accepted {
   std::string text;
   std::function<void(const parameter&, const std::string& dir)> check;

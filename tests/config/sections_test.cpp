@@ -31,23 +31,6 @@ void expectAccepted(const std::vector<Case>& cases) {
   }
 }
 
-TEST(ZELPKeySets, UnknownKeysAndRepeatsEndTheJob) {
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      // Set 1 has no ignore entry for these four.
-      {"Plex=id_val_plex_simplex\n", ""},
-      {"PlexImagePositionAdjustment=1\n", ""},
-      {"HeadHeight=1\n", ""},
-      {"SetPathMode=1\n", ""},
-      {"Version=3\nPlex=1\n", ""},
-      {"Version=2\nUnknown=1\n", ""},
-      {"Version=2\nClientJobID_JobInfo=\"a\"\nClientJobID_JobInfo=\"b\"\n", ""},
-      // Echoed values reach stdout before the process ends.
-      {"JobTime=1\nJobTime=\"01/02/2026 03:04:05\"\n", "JobTime=1\n"},
-      {"JobTime=zelpgen_id_val_set_job_time_none\nBogus\n",
-       "JobTime=zelpgen_id_val_set_job_time_none\n"}};
-  for (const auto& [lines, out] : cases) EXPECT_JOB_FAILS("[ZELP]\n" + lines + kTail, out);
-}
-
 TEST(ZELPKeySets, StoredAndIgnoredKeys) {
   const std::string uuid1 = "00000000-0000-0000-0000-000000000001";
   const std::string uuid2 = "ffffffff-0000-0000-0000-000000000002";
@@ -71,24 +54,6 @@ TEST(ZELPKeySets, StoredAndIgnoredKeys) {
   });
 }
 
-TEST(KELMSection, ChecksAtTheFirstImage) {
-  auto replace = [](std::string text, const std::string& from, const std::string& to) {
-    return text.replace(text.find(from), from.size(), to);
-  };
-  const std::string orient = "PaperOrient=\"SHORTEDGE\"\n";
-  const std::vector<std::string> cases = {
-      replace(kKELM, "PrinterResolutionV=600\n", ""),
-      replace(kKELM, orient, ""),
-      replace(kKELM, orient, "PaperName=\"custom\"\n"),
-      replace(kKELM, orient, "PaperName=\"CUSTOM\"\nPaperSizeInDeciMilliMeterH=2100\n"),
-      replace(kKELM, "MarginLeft=0", "MarginLeft=-1"),
-      replace(kKELM, "MarginTop=0", "MarginTop=25mm"),
-      kKELM + "Foo=1\n",
-      kKELM + "NewPJL=unquoted\n",
-      kKELM + "PaperName=\"a\"\nPaperName=\"b\"\n"};
-  for (const std::string& kelm : cases) EXPECT_JOB_FAILS(kelm + kImage, "");
-}
-
 // An [Image] entry with its colour space, planes and compression, `lines`, and both resolutions.
 std::string entry(int colorSpace, int planes, const std::string& compression,
                   const std::string& lines) {
@@ -103,31 +68,6 @@ std::string depths(const std::string& planes, int depth) {
   std::string out, name;
   while (names >> name) out += "PixelDepth" + name + "=" + std::to_string(depth) + "\n";
   return out;
-}
-
-TEST(ImageSection, ChecksOfTheEntry) {
-  const std::string k = "ImageFileK=\"k.bmp\"\n";
-  const std::vector<std::string> cases = {
-      "[Image]\n" + k +
-          "ColorSpace=4\nCompressionMode=2\nNumOfPlanes=1\nPixelDepthK=8\n"
-          "GraphicResolutionH=300\n",
-      entry(4, 1, "2", "ImageFilem=\"m.bmp\"\nPixelDepthm=0\nPixelDepthK=8\n"),
-      entry(4, 1, "2", "ImageFilem=\"m.bmp\"\nPixelDepthK=8\n"),
-      entry(4, 1, "2", k + "PixelDepthC=8\n"), entry(4, 2, "2", k + "PixelDepthK=8\n"),
-      entry(5, 6, "3", depths("K C M Y c", 1)), entry(3, 1, "2", depths("K", 8)),
-      entry(7, 1, "2", depths("K", 8)), entry(18, 1, "2", depths("R G", 8)),
-      entry(4, 1, "2", k + "PixelDepthK=8\nImageFileX=\"k.bmp\"\n"),
-      entry(4, 1, "2", k + "PixelDepthK=8\nImageFileC=\"absent.bmp\"\nPixelDepthC=0\n"),
-      // A later entry with settings of its own inherits nothing, colour space included.
-      kImage + "[Image]\n" + k + "PixelDepthK=8\n"};
-  for (const std::string& image : cases) EXPECT_JOB_FAILS(kKELM + image, "");
-
-  // An explicit depth of 0 passes the file check; light magenta needs a positive one.
-  TempDir dir;
-  auto p = readJob(dir, kKELM + entry(4, 1, "2", k + "PixelDepthK=0\nPixelDepthC=8\n"));
-  EXPECT_EQ(p->imageParameterList->pixelDepth[kelm::kPlaneK], 0);
-  p = readJob(dir, kKELM + entry(4, 1, "2", "ImageFilem=\"m.bmp\"\nPixelDepthm=8\n"));
-  EXPECT_EQ(p->imageParameterList->pixelDepth[kelm::kPlanem], 8);
 }
 
 TEST(ImageSection, Modes) {

@@ -6,11 +6,12 @@
 #include <string>
 
 #include "inspect/job.h"
-#include "print_job.h"
+#include "raster_job.h"
+#include "support/support.h"
 
 namespace {
 
-using printjob::Bytes;
+using rasterjob::Bytes;
 
 // Offset of `text` (ESC written as \x1B) in the file.
 std::size_t find(const Bytes& file, const std::string& text) {
@@ -22,13 +23,12 @@ std::size_t find(const Bytes& file, const std::string& text) {
 
 TEST(InspectFaults, NamesTheOffsetOfTheDamage) {
   testsupport::TempDir dir;
-  const Bytes good =
-      printjob::runJob(dir, "[ZELP]\nVersion=2\nJobTime=\"01/02/2026 03:04:05 GMT\"\nSetJobOctets=1\n" +
-                                jobfiles::kKELM +
-                                "[Image]\nImageFileK=\"k.bmp\"\nColorSpace=2\nCompressionMode=2\n"
-                                "NumOfPlanes=1\nPixelDepthK=8\nGraphicResolutionH=300\n"
-                                "GraphicResolutionV=300\n")
-          .file;
+  rasterjob::writeBmp((dir / "k.bmp").string(), rasterjob::makeSource(5, 3, 1, 255, 1));
+  rasterjob::printJob(dir, "Version=2\nSetJobOctets=1\n", "",
+                      "[Image]\nImageFileK=\"k.bmp\"\nColorSpace=2\nCompressionMode=2\n"
+                      "NumOfPlanes=1\nPixelDepthK=8\nGraphicResolutionH=300\n"
+                      "GraphicResolutionV=300\n");
+  const Bytes good = testsupport::readFile(dir / "job.dat");
   const std::size_t data = find(good, "\xCD\xCA\x10\x02");
   const struct {
     const char* what;
