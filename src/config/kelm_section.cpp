@@ -4,6 +4,7 @@
 #include <initializer_list>
 
 #include "config/config.h"
+#include "config/key_catalogue.h"
 #include "config/key_handlers.h"
 #include "config/sections.h"
 #include "config/values.h"
@@ -42,47 +43,63 @@ constexpr KELMKey kKELMKeys[] = {
     {"PrintStopOff", integer<&parameter::printStopOff>},
 };
 
-using ImageHandler = int (*)(cfgLine*, imageParameter*);
+using ImageHandler = KeyRule<imageParameter>;
 
 template <ImageFileIndex I>
-int imageFile(cfgLine* l, imageParameter* e) {
+int parseImageFile(cfgLine* l, imageParameter* e) {
   return parseParameterString(l->key, l->key, l->value, e->imageFile[I], l);
 }
 template <PixelDepthIndex I>
-int pixelDepth(cfgLine* l, imageParameter* e) {
+int parsePixelDepth(cfgLine* l, imageParameter* e) {
   return parseParameterInteger(l->key, l->key, l->value, &e->pixelDepth[I], l);
 }
 template <IndexLevelIndex I>
-int indexLevel(cfgLine* l, imageParameter* e) {
+int parseIndexLevelKey(cfgLine* l, imageParameter* e) {
   return parseIndexLevel(l->key, l->key, l->value, &e->indexLevel[I], l);
 }
 template <int imageParameter::*Field>
-int imageInteger(cfgLine* l, imageParameter* e) {
+int parseImageInteger(cfgLine* l, imageParameter* e) {
   return parseParameterInteger(l->key, l->key, l->value, &(e->*Field), l);
 }
 template <int imageParameter::*Field>
-int imageIntegerSymbol(cfgLine* l, imageParameter* e) {
+int parseImageIntegerSymbol(cfgLine* l, imageParameter* e) {
   return parseParameterIntegerSymbol(l->key, l->key, l->value, &(e->*Field), l);
 }
-int startingPositionX(cfgLine* l, imageParameter* e) {
+int parseStartingPositionX(cfgLine* l, imageParameter* e) {
   return parseStartingPosition(l->key, l->key, l->value, &e->startingPositionX,
                                &e->startingPositionXSign, l);
 }
-int startingPositionY(cfgLine* l, imageParameter* e) {
+int parseStartingPositionY(cfgLine* l, imageParameter* e) {
   return parseStartingPosition(l->key, l->key, l->value, &e->startingPositionY,
                                &e->startingPositionYSign, l);
 }
-int yOffset(cfgLine* l, imageParameter* e) {
+int parseYOffsetKey(cfgLine* l, imageParameter* e) {
   return parseYOffset(l->key, l->key, l->value, &e->yOffset, &e->yOffsetSign, l);
 }
 // YOffsetC is kept apart once a starting position has been given: it is sent after the cursor
 // moves instead of before them.
-int yOffsetC(cfgLine* l, imageParameter* e) {
+int parseYOffsetC(cfgLine* l, imageParameter* e) {
   if (e->startingPositionX != -1 || e->startingPositionY != -1)
     return parseYOffset(l->key, l->key, l->value, &e->yOffsetCWithPosition,
                         &e->yOffsetCWithPositionSign, l);
   return parseYOffset(l->key, l->key, l->value, &e->yOffsetC, &e->yOffsetCSign, l);
 }
+
+template <ImageFileIndex I>
+constexpr ImageHandler imageFile{ValueKind::kText, parseImageFile<I>};
+template <PixelDepthIndex I>
+constexpr ImageHandler pixelDepth{ValueKind::kInteger, parsePixelDepth<I>};
+template <IndexLevelIndex I>
+constexpr ImageHandler indexLevel{ValueKind::kIndexLevel, parseIndexLevelKey<I>};
+template <int imageParameter::*Field>
+constexpr ImageHandler imageInteger{ValueKind::kInteger, parseImageInteger<Field>};
+template <int imageParameter::*Field>
+constexpr ImageHandler imageIntegerSymbol{ValueKind::kIntegerOrSymbol,
+                                          parseImageIntegerSymbol<Field>};
+constexpr ImageHandler startingPositionX{ValueKind::kPosition, parseStartingPositionX};
+constexpr ImageHandler startingPositionY{ValueKind::kPosition, parseStartingPositionY};
+constexpr ImageHandler yOffset{ValueKind::kPosition, parseYOffsetKey};
+constexpr ImageHandler yOffsetC{ValueKind::kPosition, parseYOffsetC};
 
 struct ImageKey {
   const char* name;
@@ -185,6 +202,13 @@ bool planesAllowed(int colorSpace, int planes) {
 }
 
 }  // namespace
+
+void describeKELMAndImageKeys(std::vector<KeyInfo>& out) {
+  for (const KELMKey& k : kKELMKeys) out.push_back({"[KELM]", k.name, k.parse.kind});
+  // Matched after the table in parseKELMParameter.
+  out.push_back({"[KELM]", "NewPJL", ValueKind::kText});
+  for (const ImageKey& k : kImageKeys) out.push_back({"[Image]", k.name, k.parse.kind});
+}
 
 int parseKELMParameter(cfgLine* line, parameter* p) {
   if (std::strcmp(line->key, "[KELM]") == 0) return 0;
