@@ -21,7 +21,10 @@ constexpr const char* kUsage =
     "  --help     show this text (`zelpgen COMMAND --help` for a command's own)\n"
     "  --version  show the version\n"
     "\n"
-    "Exit status: 0 done, 1 job error (or a fault in the file inspected), 2 usage error.\n";
+    "Image and table files are found relative to JOB.cfg's folder; the command definition\n"
+    "file zelpgencmd.inf, if any, in the current directory.\n"
+    "Exit status: 0 done, 1 job error (or a fault in the file inspected), 2 usage error.\n"
+    "See man zelpgen and docs/configuration.md.\n";
 
 struct Subcommand {
   const char* name;
