@@ -41,7 +41,8 @@ inline constexpr KeyHandler text{ValueKind::kText, parseTextField<Field>};
 template <int parameter::*Field>
 inline constexpr KeyHandler integer{ValueKind::kInteger, parseIntegerField<Field>};
 template <int parameter::*Field>
-inline constexpr KeyHandler signedInteger{ValueKind::kSignedInteger, parseSignedIntegerField<Field>};
+inline constexpr KeyHandler signedInteger{ValueKind::kSignedInteger,
+                                          parseSignedIntegerField<Field>};
 template <int parameter::*Field>
 inline constexpr KeyHandler integerSymbol{ValueKind::kIntegerOrSymbol,
                                           parseIntegerSymbolField<Field>};

@@ -31,18 +31,30 @@ using Notes = std::map<std::pair<std::string, std::string>, Note>;
 
 const char* kindText(ValueKind kind) {
   switch (kind) {
-    case ValueKind::kText: return "quoted text";
-    case ValueKind::kInteger: return "integer";
-    case ValueKind::kSignedInteger: return "signed integer";
-    case ValueKind::kIntegerOrSymbol: return "integer or symbol";
-    case ValueKind::kQuotedSymbol: return "quoted symbol";
-    case ValueKind::kMediumTypeEx: return "integer or extension word";
-    case ValueKind::kJobTime: return "number, symbol or quoted date";
-    case ValueKind::kUUID: return "UUID, unquoted";
-    case ValueKind::kPosition: return "decimal, optional sign";
-    case ValueKind::kIndexLevel: return "level count";
-    case ValueKind::kPacketType: return "packet type symbol";
-    case ValueKind::kPacketData: return "data bytes";
+    case ValueKind::kText:
+      return "quoted text";
+    case ValueKind::kInteger:
+      return "integer";
+    case ValueKind::kSignedInteger:
+      return "signed integer";
+    case ValueKind::kIntegerOrSymbol:
+      return "integer or symbol";
+    case ValueKind::kQuotedSymbol:
+      return "quoted symbol";
+    case ValueKind::kMediumTypeEx:
+      return "integer or extension word";
+    case ValueKind::kJobTime:
+      return "number, symbol or quoted date";
+    case ValueKind::kUUID:
+      return "UUID, unquoted";
+    case ValueKind::kPosition:
+      return "decimal, optional sign";
+    case ValueKind::kIndexLevel:
+      return "level count";
+    case ValueKind::kPacketType:
+      return "packet type symbol";
+    case ValueKind::kPacketData:
+      return "data bytes";
   }
   return "?";
 }
@@ -85,8 +97,10 @@ bool readNotes(const char* path, Notes& notes) {
 bool keyTable(const char* section, const std::vector<KeyInfo>& keys, Notes& notes,
               std::string& out) {
   const bool sets = std::strcmp(section, "[ZELP]") == 0;
-  out += sets ? "| Key | Value | Set 1 | Set 2 | Default | Produces |\n| --- | --- | --- | --- | --- | --- |\n"
-              : "| Key | Value | Default | Required | Produces |\n| --- | --- | --- | --- | --- |\n";
+  out += sets
+             ? "| Key | Value | Set 1 | Set 2 | Default | Produces |\n| --- | --- | --- | --- | "
+               "--- | --- |\n"
+             : "| Key | Value | Default | Required | Produces |\n| --- | --- | --- | --- | --- |\n";
   bool ok = true;
   for (const KeyInfo& k : keys) {
     if (std::strcmp(k.section, section) != 0) continue;
@@ -130,11 +144,14 @@ std::string packetTypeTable() {
 
 bool generate(Notes notes, std::map<std::string, std::string>& blocks) {
   const std::vector<KeyInfo> keys = keyCatalogue();
-  constexpr std::pair<const char*, const char*> kSections[] = {
-      {"global-keys", "[Global]"}, {"zelp-keys", "[ZELP]"}, {"zelp-raw-keys", "[ZELP_Raw]"},
-      {"kelm-keys", "[KELM]"},     {"image-keys", "[Image]"}};
+  constexpr std::pair<const char*, const char*> kSections[] = {{"global-keys", "[Global]"},
+                                                               {"zelp-keys", "[ZELP]"},
+                                                               {"zelp-raw-keys", "[ZELP_Raw]"},
+                                                               {"kelm-keys", "[KELM]"},
+                                                               {"image-keys", "[Image]"}};
   bool ok = true;
-  for (const auto& [name, section] : kSections) ok = keyTable(section, keys, notes, blocks[name]) && ok;
+  for (const auto& [name, section] : kSections)
+    ok = keyTable(section, keys, notes, blocks[name]) && ok;
   for (const auto& [key, note] : notes) {
     std::fprintf(stderr, "docgen: note for %s %s names no key of the reader\n", key.first.c_str(),
                  key.second.c_str());
