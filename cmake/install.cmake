@@ -8,6 +8,7 @@ install(TARGETS zelpgen EXPORT zelpgenTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
                 NAMELINK_COMPONENT development)
 install(TARGETS zelpgen_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(FILES docs/zelpgen.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(FILES include/zelpgen/zelpgen.h ${PROJECT_BINARY_DIR}/include/zelpgen/version.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zelpgen COMPONENT development)
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "config/config.h"
+#include "config/key_catalogue.h"
 #include "config/key_handlers.h"
 #include "config/sections.h"
 #include "config/values.h"
@@ -47,15 +48,15 @@ constexpr KELMKey kKELMKeys[] = {
     {"PrintStopOff", integer<&parameter::printStopOff>},
 };
 
-using ImageHandler = int (*)(cfgLine*, imageParameter*);
+using ImageHandler = KeyRule<imageParameter>;
 
 template <int I>
-int imageFile(cfgLine* l, imageParameter* e) {
+int parseImageFile(cfgLine* l, imageParameter* e) {
   e->imageFileLine[I] = l->lineNumber;
   return parseParameterString(l->key, l->key, l->value, e->imageFile[I], l);
 }
 template <Plane I>
-int pixelDepth(cfgLine* l, imageParameter* e) {
+int parsePixelDepth(cfgLine* l, imageParameter* e) {
   const int stored = parseParameterInteger(l->key, l->key, l->value, &e->pixelDepth[I], l);
   const int depth = e->pixelDepth[I];
   if (depth > 0 && depth != 1 && depth != 2 && depth != 4 && depth != 8 && depth != 10)
@@ -64,36 +65,52 @@ int pixelDepth(cfgLine* l, imageParameter* e) {
   return stored;
 }
 template <Plane I>
-int indexLevel(cfgLine* l, imageParameter* e) {
+int parseIndexLevelKey(cfgLine* l, imageParameter* e) {
   return parseIndexLevel(l->key, l->key, l->value, &e->indexLevel[I], l);
 }
 template <int imageParameter::*Field>
-int imageInteger(cfgLine* l, imageParameter* e) {
+int parseImageInteger(cfgLine* l, imageParameter* e) {
   return parseParameterInteger(l->key, l->key, l->value, &(e->*Field), l);
 }
 template <int imageParameter::*Field>
-int imageIntegerSymbol(cfgLine* l, imageParameter* e) {
+int parseImageIntegerSymbol(cfgLine* l, imageParameter* e) {
   return parseParameterIntegerSymbol(l->key, l->key, l->value, &(e->*Field), l);
 }
-int startingPositionX(cfgLine* l, imageParameter* e) {
+int parseStartingPositionX(cfgLine* l, imageParameter* e) {
   return parseStartingPosition(l->key, l->key, l->value, &e->startingPositionX,
                                &e->startingPositionXSign, l);
 }
-int startingPositionY(cfgLine* l, imageParameter* e) {
+int parseStartingPositionY(cfgLine* l, imageParameter* e) {
   return parseStartingPosition(l->key, l->key, l->value, &e->startingPositionY,
                                &e->startingPositionYSign, l);
 }
-int yOffset(cfgLine* l, imageParameter* e) {
+int parseYOffsetKey(cfgLine* l, imageParameter* e) {
   return parseYOffset(l->key, l->key, l->value, &e->yOffset, &e->yOffsetSign, l);
 }
 // YOffsetC is kept apart once a starting position has been given: it is sent after the cursor
 // moves instead of before them.
-int yOffsetC(cfgLine* l, imageParameter* e) {
+int parseYOffsetC(cfgLine* l, imageParameter* e) {
   if (e->startingPositionX != -1 || e->startingPositionY != -1)
     return parseYOffset(l->key, l->key, l->value, &e->yOffsetCWithPosition,
                         &e->yOffsetCWithPositionSign, l);
   return parseYOffset(l->key, l->key, l->value, &e->yOffsetC, &e->yOffsetCSign, l);
 }
+
+template <int I>
+constexpr ImageHandler imageFile{ValueKind::kText, parseImageFile<I>};
+template <Plane I>
+constexpr ImageHandler pixelDepth{ValueKind::kInteger, parsePixelDepth<I>};
+template <Plane I>
+constexpr ImageHandler indexLevel{ValueKind::kIndexLevel, parseIndexLevelKey<I>};
+template <int imageParameter::*Field>
+constexpr ImageHandler imageInteger{ValueKind::kInteger, parseImageInteger<Field>};
+template <int imageParameter::*Field>
+constexpr ImageHandler imageIntegerSymbol{ValueKind::kIntegerOrSymbol,
+                                          parseImageIntegerSymbol<Field>};
+constexpr ImageHandler startingPositionX{ValueKind::kPosition, parseStartingPositionX};
+constexpr ImageHandler startingPositionY{ValueKind::kPosition, parseStartingPositionY};
+constexpr ImageHandler yOffset{ValueKind::kPosition, parseYOffsetKey};
+constexpr ImageHandler yOffsetC{ValueKind::kPosition, parseYOffsetC};
 
 struct ImageKey {
   const char* name;
@@ -196,6 +213,13 @@ bool planesAllowed(int colorSpace, int planes) {
 }
 
 }  // namespace
+
+void describeKELMAndImageKeys(std::vector<KeyInfo>& out) {
+  for (const KELMKey& k : kKELMKeys) out.push_back({"[KELM]", k.name, k.parse.kind});
+  // Matched after the table in parseKELMParameter.
+  out.push_back({"[KELM]", "NewPJL", ValueKind::kText});
+  for (const ImageKey& k : kImageKeys) out.push_back({"[Image]", k.name, k.parse.kind});
+}
 
 int parseKELMParameter(cfgLine* line, parameter* p) {
   if (std::strcmp(line->key, "[KELM]") == 0) return 0;

@@ -1,28 +1,50 @@
-// Record fields bound to their value parsers, one handler per key of a section table.
+// Record fields bound to their value parsers, one rule per key of a section table.
 #pragma once
 
+#include "config/key_catalogue.h"
 #include "config/parameter.h"
 #include "config/values.h"
 
-using KeyHandler = int (*)(cfgLine*, parameter*);
+// A key's parser together with the kind of value it takes, so that a table of rules can also
+// describe itself.
+template <class Record>
+struct KeyRule {
+  ValueKind kind;
+  int (*parse)(cfgLine*, Record*);
+  int operator()(cfgLine* l, Record* r) const { return parse(l, r); }
+};
+using KeyHandler = KeyRule<parameter>;
 
 template <auto Field>
-int text(cfgLine* l, parameter* p) {
+int parseTextField(cfgLine* l, parameter* p) {
   return parseParameterString(l->key, l->key, l->value, p->*Field, l);
 }
 template <int parameter::*Field>
-int integer(cfgLine* l, parameter* p) {
+int parseIntegerField(cfgLine* l, parameter* p) {
   return parseParameterInteger(l->key, l->key, l->value, &(p->*Field), l);
 }
 template <int parameter::*Field>
-int signedInteger(cfgLine* l, parameter* p) {
+int parseSignedIntegerField(cfgLine* l, parameter* p) {
   return parseParameterIntegerS(l->key, l->key, l->value, &(p->*Field), l);
 }
 template <int parameter::*Field>
-int integerSymbol(cfgLine* l, parameter* p) {
+int parseIntegerSymbolField(cfgLine* l, parameter* p) {
   return parseParameterIntegerSymbol(l->key, l->key, l->value, &(p->*Field), l);
 }
 template <int parameter::*Field>
-int quotedSymbol(cfgLine* l, parameter* p) {
+int parseQuotedSymbolField(cfgLine* l, parameter* p) {
   return parseParameterSymbolS(l->key, l->key, l->value, &(p->*Field), l);
 }
+
+template <auto Field>
+inline constexpr KeyHandler text{ValueKind::kText, parseTextField<Field>};
+template <int parameter::*Field>
+inline constexpr KeyHandler integer{ValueKind::kInteger, parseIntegerField<Field>};
+template <int parameter::*Field>
+inline constexpr KeyHandler signedInteger{ValueKind::kSignedInteger,
+                                          parseSignedIntegerField<Field>};
+template <int parameter::*Field>
+inline constexpr KeyHandler integerSymbol{ValueKind::kIntegerOrSymbol,
+                                          parseIntegerSymbolField<Field>};
+template <int parameter::*Field>
+inline constexpr KeyHandler quotedSymbol{ValueKind::kQuotedSymbol, parseQuotedSymbolField<Field>};

@@ -5,6 +5,7 @@
 
 #include "cmdfile/cmdfile.h"
 #include "config/config.h"
+#include "config/key_catalogue.h"
 #include "config/key_handlers.h"
 #include "config/raw_packet.h"
 #include "config/sections.h"
@@ -16,22 +17,26 @@ namespace {
 int sZELPVersion = 1;
 
 using Handler = KeyHandler;
-int mediumTypeEx(cfgLine* l, parameter* p) {
+int parseMediumTypeEx(cfgLine* l, parameter* p) {
   return extractParameterIntegerSymbol(l->key, l->key, l->value, &p->mediumTypeEx, l);
 }
-int jobTime(cfgLine* l, parameter* p) {
+int parseJobTimeKey(cfgLine* l, parameter* p) {
   return parseJobTime(l->key, l->key, l->value, p, l);
 }
-int clientJobUUID(cfgLine* l, parameter* p) {
+int parseClientJobUUID(cfgLine* l, parameter* p) {
   const int result = parseParameterStringUUID(l->key, l->key, l->value, p->clientJobUUID, l);
   p->clientJobIDSet = 1;
   return result;
 }
-int clientJobInfo(cfgLine* l, parameter* p) {
+int parseClientJobInfo(cfgLine* l, parameter* p) {
   p->clientJobIDSet = 1;
   // The job info field is sent as 48 bytes: a text of 48 characters keeps no terminator.
   return parseParameterText(l->key, l->key, l->value, p->clientJobInfo, sizeof p->clientJobInfo, l);
 }
+constexpr Handler mediumTypeEx{ValueKind::kMediumTypeEx, parseMediumTypeEx};
+constexpr Handler jobTime{ValueKind::kJobTime, parseJobTimeKey};
+constexpr Handler clientJobUUID{ValueKind::kUUID, parseClientJobUUID};
+constexpr Handler clientJobInfo{ValueKind::kText, parseClientJobInfo};
 
 // How each key set treats a key: stored, accepted and ignored, or unknown (fatal).
 enum Use : unsigned char { kFatal, kStored, kIgnored };
@@ -89,7 +94,20 @@ constexpr ZELPKey kZELPKeys[] = {
     {"SetJobOctets", kIgnored, kStored, integer<&parameter::setJobOctets>},
 };
 
+constexpr KeyUse describeUse(Use use) {
+  return use == kStored ? KeyUse::kStored : use == kIgnored ? KeyUse::kIgnored : KeyUse::kRefused;
+}
+
 }  // namespace
+
+void describeGlobalAndZELPKeys(std::vector<KeyInfo>& out) {
+  // The [Global] keys are matched one by one in parseGlobalParameter below.
+  out.push_back({"[Global]", "OutFilePath", ValueKind::kText});
+  out.push_back({"[Global]", "ImageProcessingFile", ValueKind::kText});
+  out.push_back({"[ZELP]", "Version", ValueKind::kInteger});
+  for (const ZELPKey& k : kZELPKeys)
+    out.push_back({"[ZELP]", k.name, k.parse.kind, describeUse(k.set1), describeUse(k.set2)});
+}
 
 int zelpVersion() {
   return sZELPVersion;

@@ -23,9 +23,12 @@ constexpr const char* kUsage =
     "  --version  show the version\n"
     "\n"
     "Errors and warnings go to stderr as 'zelpgen: JOB.cfg:LINE: [Section] Key: why'.\n"
+    "Image and table files are found relative to JOB.cfg's folder; the command definition\n"
+    "file zelpgencmd.inf, if any, in the current directory.\n"
     "\n"
     "Exit status: 0 done, 1 job error (or a warning under --strict or check, or a fault in\n"
-    "the file inspected), 2 usage error.\n";
+    "the file inspected), 2 usage error.\n"
+    "See man zelpgen and docs/configuration.md.\n";
 
 struct Subcommand {
   const char* name;
