@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing: deps.sh [build|test|bench]
+# Installs the Debian packages that are missing: deps.sh [build|test|bench|fuzz]
 set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
 packages=(cmake g++ make)
 case "${1:-build}" in
-  test) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config binutils) ;;
+  test) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config binutils clang) ;;
+  fuzz) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config clang-14 libclang-rt-14-dev) ;;
   bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libbenchmark-dev pkg-config libtiff-tools) ;;
 esac
 missing=()
