@@ -30,7 +30,10 @@ mkdir -p "$corpus" "$found" "$findings"
 inputs=("$found" "$corpus")
 [ -d "$regressions" ] && inputs+=("$regressions")
 options=(-max_len="$max_len" -close_fd_mask=3 -timeout=10 -rss_limit_mb=2048)
-[ -f "tests/fuzz/$target.dict" ] && options+=(-dict="tests/fuzz/$target.dict")
+# Configurations and definition files share one syntax dictionary.
+case "$target" in
+  config_reader | cmdfile_loader) options+=(-dict=tests/fuzz/config.dict) ;;
+esac
 
 status=0
 "$dir/tests/fuzz/fuzz_$target" "${options[@]}" -max_total_time="$seconds" \
