@@ -3,10 +3,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "cmdfile/cmdfile_info.h"
 #include "config/config.h"
+#include "diag/diag.h"
 
 namespace {
 
@@ -89,7 +91,10 @@ int writeRawPacket(rawPacket* packet, const char* text) {
 
 void checkRawPacket(parameter* p) {
   const rawPacket* last = lastRawPacket(p->rawPacketList);
-  if (last != nullptr && last->data.size() < kHeaderSize) std::exit(1);
+  if (last != nullptr && last->data.size() < kHeaderSize)
+    diag::failJob({{}, last->lineNumber, "ZELP_Raw", {}, {},
+                   "packet of " + std::to_string(last->data.size()) +
+                       " bytes is shorter than its 20-byte header"});
 }
 
 int parseZELP_RawParameter(cfgLine* line, parameter* p) {
@@ -110,13 +115,13 @@ int parseZELP_RawParameter(cfgLine* line, parameter* p) {
 
   if (hasHexPrefix(key) || key[0] == '"') {
     rawPacket* packet = lastRawPacket(p->rawPacketList);
-    if (packet == nullptr) std::exit(1);
+    if (packet == nullptr) diag::failJob("packet data before any SimplePacket or FullPacket");
     // A malformed line is dropped without a word; the echo shows it all the same.
     writeRawPacket(packet, key);
     std::printf("\t%s\n", key);
     return 1;
   }
-  std::exit(1);
+  diag::failJob("unknown key (a packet line starts with 0x or a double quote)");
 }
 
 std::string makeZELPDataFmt(const char* text, std::uint32_t size) {
@@ -160,7 +165,8 @@ void makeRawPacketData(rawPacket* packet, _CMDSECTION& section, const char* valu
   if (section.consumed >= section.packetLines.size()) return;
   const std::string& reference = section.packetLines[section.consumed++];
   const _CMDPARAMETER* param = findParameter(section, reference);
-  if (param == nullptr) std::exit(1);
+  if (param == nullptr)
+    diag::failJob("the definition of " + section.name + " names no parameter " + reference);
 
   if (param->dataType == kCmdTypeString) {
     // One length byte: the first two digits of the length without the quotes.
@@ -176,16 +182,19 @@ void makeRawPacketData(rawPacket* packet, _CMDSECTION& section, const char* valu
   if (stringIsSymbol(value)) {
     number =
         searchDatafromSymbol(searchCuurentParamValue(section.parameters, reference.c_str()), value);
-    if (number == nullptr) std::exit(1);
+    if (number == nullptr)
+      diag::failJob(std::string(value) + " is not a value the definition of " + section.name +
+                    " names");
   } else if (!stringIsNumber(value)) {
-    std::exit(1);  // a quoted text where a number belongs
+    diag::failJob(std::string(value) + " is not a number");
   }
   writeRawPacket(packet, makeZELPDataFmt(number, param->size).c_str());
 }
 
 int parseZELPParameterCmd(cfgLine* line, parameter* p) {
   _CMDFILEINFO* set = p->commandDefinitions;
-  if (set == nullptr || set->currentCommand >= set->sections.size()) std::exit(1);
+  if (set == nullptr || set->currentCommand >= set->sections.size())
+    diag::failJob("no command definition matches");
   _CMDSECTION& section = set->sections[set->currentCommand];
 
   rawPacket* packet = lastRawPacket(p->rawPacketList);

@@ -2,11 +2,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <string>
 
 #include "config/config.h"
 #include "config/key_handlers.h"
 #include "config/sections.h"
 #include "config/values.h"
+#include "diag/diag.h"
 #include "image/reduction.h"
 
 namespace {
@@ -46,11 +48,17 @@ using ImageHandler = int (*)(cfgLine*, imageParameter*);
 
 template <ImageFileIndex I>
 int imageFile(cfgLine* l, imageParameter* e) {
+  e->imageFileLine[I] = l->lineNumber;
   return parseParameterString(l->key, l->key, l->value, e->imageFile[I], l);
 }
 template <PixelDepthIndex I>
 int pixelDepth(cfgLine* l, imageParameter* e) {
-  return parseParameterInteger(l->key, l->key, l->value, &e->pixelDepth[I], l);
+  const int stored = parseParameterInteger(l->key, l->key, l->value, &e->pixelDepth[I], l);
+  const int depth = e->pixelDepth[I];
+  if (depth > 0 && depth != 1 && depth != 2 && depth != 4 && depth != 8 && depth != 10)
+    diag::warn(std::to_string(depth) +
+               " is a depth no reader fills (1, 2, 4, 8, 10); the plane goes out blank");
+  return stored;
 }
 template <IndexLevelIndex I>
 int indexLevel(cfgLine* l, imageParameter* e) {
@@ -190,7 +198,7 @@ int parseKELMParameter(cfgLine* line, parameter* p) {
   if (std::strcmp(line->key, "[KELM]") == 0) return 0;
   for (const KELMKey& k : kKELMKeys)
     if (std::strcmp(line->key, k.name) == 0) return k.parse(line, p);
-  if (std::strcmp(line->key, "NewPJL") != 0) std::exit(1);
+  if (std::strcmp(line->key, "NewPJL") != 0) diag::failJob("unknown key");
   newPJLLine* pjl = addNewPJLLine(p);
   return parseParameterString(line->key, "NewPJL", line->value, pjl->text, line);
 }
@@ -199,10 +207,10 @@ int parseImageParameter(cfgLine* line, parameter* p) {
   if (std::strcmp(line->key, "[Image]") == 0) return 0;
   if (takeNewImageSection()) initImageParameter(addImageParameter(p->imageParameterList));
   imageParameter* entry = getLastImageParameter(p);
-  if (entry == nullptr) std::exit(1);
+  if (entry == nullptr) diag::failJob("a key outside any [Image] section");
   for (const ImageKey& k : kImageKeys)
     if (std::strcmp(line->key, k.name) == 0) return k.parse(line, entry);
-  std::exit(1);
+  diag::failJob("unknown key");
 }
 
 void checkKELMSectionParameter(const parameter* p, const cfgLine* lines, int fromLine) {
@@ -293,7 +301,7 @@ void setMode(imageParameter* e) {
 void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine) {
   imageParameter* first = p->imageParameterList.get();
   imageParameter* e = getLastImageParameter(p);
-  if (e == nullptr) std::exit(1);
+  if (e == nullptr) diag::failJob({{}, fromLine, "Image", {}, {}, "the [Image] section has no keys"});
   if (e == first) {
     for (const char* key : {"ColorSpace", "NumOfPlanes", "CompressionMode", "GraphicResolutionH",
                             "GraphicResolutionV"})
@@ -307,8 +315,25 @@ void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine
   int planes = 0;
   for (int depth : e->pixelDepth)
     if (depth > 0) ++planes;
-  if (e->colorSpace >= 2 && e->colorSpace <= 5 && planes != e->numOfPlanes) std::exit(1);
-  if (e->colorSpace == 18 && planes != 3) std::exit(1);
-  if (!planesAllowed(e->colorSpace, e->numOfPlanes)) std::exit(1);
+  auto fail = [fromLine](const std::string& reason) {
+    diag::failJob({{}, fromLine, "Image", "NumOfPlanes", {}, reason});
+  };
+  const std::string given = std::to_string(planes) + (planes == 1 ? " depth" : " depths");
+  if (e->colorSpace >= 2 && e->colorSpace <= 5 && planes != e->numOfPlanes)
+    fail("plane count " + std::to_string(e->numOfPlanes) + " does not match the " + given +
+         " given");
+  if (e->colorSpace == 18 && planes != 3)
+    fail("ColorSpace 18 takes the three depths R, G and B; " + given + " given");
+  if (!planesAllowed(e->colorSpace, e->numOfPlanes))
+    fail(std::to_string(e->numOfPlanes) + " planes are not allowed with ColorSpace " +
+         std::to_string(e->colorSpace));
   setMode(e);
+}
+
+const char* imageFileKey(ImageFileIndex file) {
+  static constexpr const char* kNames[kImageFileCount] = {
+      "ImageFileCMYK", "ImageFileK",  "ImageFileC",   "ImageFileM", "ImageFileY",
+      "ImageFilec",    "ImageFilem",  "ImageFileRGB", "ImageFileGy", "ImageFilePgy",
+      "ImageFileR",    "ImageFileG",  "ImageFileB"};
+  return kNames[file];
 }

@@ -66,6 +66,7 @@ struct imageParameter {
   int yOffsetCSign = 0;
   int yOffsetCWithPositionSign = 0;
   char imageFile[kImageFileCount][kPathSize] = {};
+  int imageFileLine[kImageFileCount] = {};  // where each file was named, for messages
   int colorSpace = -1;
   int compressionMode = -1;
   int numOfPlanes = -1;

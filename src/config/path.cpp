@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string>
 
+#include "diag/diag.h"
+
 namespace {
 
 constexpr ImageFileIndex kConversionOrder[] = {kFileRGB, kFileCMYK, kFileK, kFileC,  kFileM,
@@ -27,7 +29,9 @@ void forEachImageFile(parameter* p, Convert convert) {
 int toSlash(char (&path)[kPathSize]) {
   if (path[0] == '\0' || (std::strchr(path, '\\') == nullptr && std::strchr(path, ':') == nullptr))
     return 0;
-  if (path[1] == ':' && path[2] == '\\') std::exit(1);
+  if (path[1] == ':' && path[2] == '\\')
+    diag::failJob({{}, 0, {}, {}, path,
+                   std::string("a path with a drive letter cannot be used: ") + path});
   std::string out;
   const char* rest = path;
   if (path[0] == ':') {

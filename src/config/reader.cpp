@@ -3,12 +3,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "cmdfile/raw_packet.h"
 #include "config/config.h"
 #include "config/path.h"
 #include "config/sections.h"
 #include "config/values.h"
+#include "diag/diag.h"
 
 namespace {
 
@@ -21,6 +23,15 @@ bool sSeenGlobal = false;
 bool sSeenZELP = false;
 bool sSeenKELM = false;
 bool sSeenImage = false;
+std::string sPath;
+int sCommentLine = 0;
+
+constexpr const char* kSectionNames[] = {"", "Global", "ZELP", "ZELP_Raw", "KELM", "Image", "Image"};
+
+// Later errors name this line unless they know better.
+void placeAt(int lineNumber, const char* key, const char* value) {
+  diag::setPlace(sPath, lineNumber, kSectionNames[sSection], key, value);
+}
 
 // A job per call: nothing of a previous configuration may leak into the next one.
 void resetReaderState() {
@@ -28,6 +39,7 @@ void resetReaderState() {
   sIsNewImageSection = 0;
   sIsCStyleComment = 0;
   sSeenGlobal = sSeenZELP = sSeenKELM = sSeenImage = false;
+  sCommentLine = 0;
   resetZELPVersion();
 }
 
@@ -57,12 +69,16 @@ LineKind classifyLine(const char* line, int lineNumber, char* key, char* value) 
   copyText(text, line);
   trimSpaces(text);
   if (sIsCStyleComment != 0) {
-    if (startsWith(text, "/*")) std::exit(1);
+    if (startsWith(text, "/*"))
+      diag::failJob({sPath, lineNumber, {}, {}, {},
+                     "block comment opened at line " + std::to_string(sCommentLine) +
+                         " opens again before it is closed"});
     if (startsWith(text, "*/")) sIsCStyleComment = 0;
     return LineKind::kIgnored;
   }
   if (startsWith(text, "/*")) {
     sIsCStyleComment = 1;
+    sCommentLine = lineNumber;
     return LineKind::kIgnored;
   }
   // No trim after the cut: "[ZELP] # note" keeps its blank and is no header.
@@ -92,7 +108,9 @@ LineKind classifyLine(const char* line, int lineNumber, char* key, char* value) 
 void defaultOutFilePath(parameter* p) {
   if (p->outFilePath[0] != '\0') return;
   const char* name = defaultFileName();
-  if (name == nullptr) std::exit(1);  // the default name did not fit its field
+  if (name == nullptr)
+    diag::failJob({sPath, 0, {}, {}, {},
+                   "the default print file name (the job's path with .dat) is too long"});
   copyField(p->outFilePath, name);
 }
 
@@ -101,7 +119,9 @@ void defaultJobImpressions(parameter* p) {
 }
 
 // The defaults depend on the order of the sections, not only on their contents.
-void enterSection(int previous, parameter* p, const cfgLine* lines, int headerLine) {
+void enterSection(int previous, parameter* p, const cfgLine* lines, int headerLine,
+                  int lineNumber) {
+  placeAt(lineNumber, "", "");
   switch (sSection) {
     case kSectionGlobal:
       sSeenGlobal = true;
@@ -131,8 +151,8 @@ void enterSection(int previous, parameter* p, const cfgLine* lines, int headerLi
         checkImageSectionParameter(p, lines, headerLine);
         sSection = kSectionImage;
       } else if (previous != kSectionZELPRaw) {
-        // An [Image] section needs a [KELM] section before it.
-        std::exit(1);
+        diag::failJob({sPath, lineNumber, "Image", {}, {},
+                       "an [Image] section must follow a [KELM] or another [Image] section"});
       }
       // From [ZELP_Raw] the section stays unread up to the next header.
       break;
@@ -187,8 +207,10 @@ bool takeNewImageSection() {
 
 void parseParameter(const char* path, parameter* p) {
   resetReaderState();
+  sPath = path;
+  diag::clearPlace();
   FilePtr file(std::fopen(path, "r"));
-  if (!file) std::exit(1);
+  if (!file) diag::failJob({sPath, 0, {}, {}, {}, "cannot open the job configuration"});
   initCommonParameter(p);
 
   char line[kLineSize] = {};
@@ -200,7 +222,7 @@ void parseParameter(const char* path, parameter* p) {
   for (int lineNumber = 1; sReadLine(line, kLineSize, file.get()) != nullptr; ++lineNumber) {
     const int previous = sSection;
     const LineKind kind = classifyLine(line, lineNumber, key, value);
-    if (sSection != previous) enterSection(previous, p, lines.get(), headerLine);
+    if (sSection != previous) enterSection(previous, p, lines.get(), headerLine, lineNumber);
     if (kind == LineKind::kIgnored) continue;
     if (kind == LineKind::kHeader) headerLine = lineNumber;
 
@@ -211,17 +233,32 @@ void parseParameter(const char* path, parameter* p) {
     copyField(last->line, line);
     copyField(last->key, key);
     copyField(last->value, value);
+    if (kind == LineKind::kHeader) {
+      placeAt(lineNumber, "", "");
+    } else {
+      placeAt(lineNumber, last->key, last->value);
+    }
     dispatch(last, p);
   }
 
-  if (sIsCStyleComment != 0) std::exit(1);
+  diag::clearPlace();
+  if (sIsCStyleComment != 0)
+    diag::failJob({sPath, sCommentLine, {}, {}, {},
+                   "block comment opened at line " + std::to_string(sCommentLine) +
+                       " never closed"});
   if (!sSeenKELM || !sSeenImage) {
     // Only these two names are printed, whichever section is really missing.
     if (!sSeenGlobal) std::puts("[Global]");
     if (!sSeenZELP) std::puts("[ZELP]");
-    std::exit(1);
+    diag::failJob({sPath, 0, {}, {}, {},
+                   std::ferror(file.get()) != 0 ? "cannot be read as a job configuration (a folder?)"
+                   : lines == nullptr           ? "the job configuration is empty"
+                   : !sSeenKELM                 ? "no [KELM] section"
+                                                : "no [Image] section"});
   }
+  placeAt(headerLine, "", "");
   checkImageSectionParameter(p, lines.get(), headerLine);
+  diag::setPlace(sPath, 0, "", "", "");
   convertDirSeparator(p);
   convertToFullPath(p);
   checkIfFileExist(p);
@@ -231,12 +268,16 @@ void parseParameter(const char* path, parameter* p) {
 void checkIfFileExist(const parameter* p) {
   for (const imageProcessingFile* f = p->imageProcessingFileList.get(); f != nullptr;
        f = f->next.get())
-    if (!canOpen(f->path)) std::exit(1);
+    if (!canOpen(f->path))
+      diag::failJob({{}, 0, "Global", "ImageProcessingFile", f->path,
+                     std::string("file not found: ") + f->path});
   static constexpr ImageFileIndex kOrder[] = {kFileRGB, kFileK, kFileC,    kFileM,  kFileY,
                                               kFilec,   kFilem, kFileCMYK, kFileGy, kFilePgy,
                                               kFileR,   kFileG, kFileB};
   for (const imageParameter* e = p->imageParameterList.get(); e != nullptr; e = e->next.get()) {
     for (ImageFileIndex i : kOrder)
-      if (e->imageFile[i][0] != '\0' && !canOpen(e->imageFile[i])) std::exit(1);
+      if (e->imageFile[i][0] != '\0' && !canOpen(e->imageFile[i]))
+        diag::failJob({{}, e->imageFileLine[i], "Image", imageFileKey(i), e->imageFile[i],
+                       std::string("image file not found: ") + e->imageFile[i]});
   }
 }

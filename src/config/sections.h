@@ -38,6 +38,8 @@ int parseZELPParameterBuild(cfgLine* line, parameter* p);
 
 int parseKELMParameter(cfgLine* line, parameter* p);
 int parseImageParameter(cfgLine* line, parameter* p);
+// "ImageFileK" and so on.
+const char* imageFileKey(ImageFileIndex file);
 
 // The checks scan the line records from the header numbered `fromLine` on.
 void checkKELMSectionParameter(const parameter* p, const cfgLine* lines, int fromLine);

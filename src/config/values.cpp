@@ -7,6 +7,7 @@
 #include <string>
 
 #include "config/config.h"
+#include "diag/diag.h"
 #include "image/reduction.h"
 
 constexpr IDSymbol gIDSymbolTable[kIDSymbolCount + 1] = {
@@ -194,10 +195,42 @@ constexpr IDSymbol gIDSymbolTable[kIDSymbolCount + 1] = {
 
 namespace {
 
+bool isEmptyValue(const char* value) {
+  return value == nullptr || value[0] == '\0';
+}
+
 constexpr const char kMediumTypeExPrefix[] = "id_val_lfp_medium_type_ex_";
 
-[[noreturn]] void fail() {
-  std::exit(1);
+[[noreturn]] void fail(const std::string& reason) {
+  diag::failJob(reason);
+}
+
+std::string quoted(const char* value) {
+  return std::string("\"") + value + "\"";
+}
+
+void requireValue(const char* value, bool alreadySet) {
+  if (isEmptyValue(value)) fail("no value given");
+  if (alreadySet) fail("given more than once");
+}
+
+[[noreturn]] void notNumber(const char* value) {
+  fail(quoted(value) + " is not a number");
+}
+
+// The names a few keys take, for the message; the table itself has no grouping.
+constexpr struct {
+  const char* key;
+  const char* names;
+} kNameHints[] = {{"PaperOrient", "LONGEDGE, SHORTEDGE"},
+                  {"Banner", "ON, OFF"},
+                  {"SavePaper", "ON, OFF"},
+                  {"DMask", "ON, OFF"}};
+
+[[noreturn]] void unknownName(const char* key, const char* value) {
+  for (const auto& hint : kNameHints)
+    if (std::strcmp(key, hint.key) == 0) fail(quoted(value) + " is not one of " + hint.names);
+  fail(quoted(value) + " is neither a number nor a known name");
 }
 
 // An empty text passes both: the checks look at every character there is.
@@ -211,10 +244,6 @@ bool allHexDigits(const char* s) {
   for (; *s != '\0'; ++s)
     if (hexDigitValue(*s) < 0) return false;
   return true;
-}
-
-bool isEmpty(const char* value) {
-  return value == nullptr || value[0] == '\0';
 }
 
 int store(int* field, int value, cfgLine* line) {
@@ -265,7 +294,7 @@ const char* separateIDAndInt(const char* value) {
 int signedDecimal(const char* key, const char* want, const char* value, int* field, int* sign,
                   cfgLine* line) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value) || *field != -1) fail();
+  requireValue(value, *field != -1);
   const char* digits = value;
   *sign = 0;
   if (*digits == '+') {
@@ -275,7 +304,7 @@ int signedDecimal(const char* key, const char* want, const char* value, int* fie
     *sign = -1;
     ++digits;
   }
-  if (!allDigits(digits)) fail();
+  if (!allDigits(digits)) notNumber(value);
   return store(field, atoiWrapped(value), line);
 }
 
@@ -347,9 +376,10 @@ int processQuotaions(const char* in, char* out, std::size_t outSize) {
 int parseParameterText(const char* key, const char* want, const char* value, std::span<char> field,
                        std::size_t maxLength, cfgLine*) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value) || field[0] != '\0') fail();
+  requireValue(value, field[0] != '\0');
   std::string text(std::strlen(value) + 1, '\0');
-  if (processQuotaions(value, text.data(), text.size()) != 0) fail();
+  if (processQuotaions(value, text.data(), text.size()) != 0)
+    fail(std::string(value) + " is not a text in double quotes");
   std::size_t n = std::strlen(text.c_str());
   if (n > maxLength) n = maxLength;
   if (n > field.size()) n = field.size();
@@ -361,27 +391,27 @@ int parseParameterText(const char* key, const char* want, const char* value, std
 int parseParameterInteger(const char* key, const char* want, const char* value, int* field,
                           cfgLine* line) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value) || *field != -1) fail();
+  requireValue(value, *field != -1);
   if (hasHexPrefix(value)) {
-    if (!allHexDigits(value + 2)) fail();
+    if (!allHexDigits(value + 2)) fail(quoted(value) + " is not a hexadecimal number");
     return store(field, hexadecimalToDecimal(value), line);
   }
-  if (!allDigits(value)) fail();
+  if (!allDigits(value)) notNumber(value);
   return store(field, atoiWrapped(value), line);
 }
 
 int parseParameterIntegerS(const char* key, const char* want, const char* value, int* field,
                            cfgLine* line) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value) || *field != INT_MIN) fail();
+  requireValue(value, *field != INT_MIN);
   const char* s = value;
   if (*s == '+') ++s;
   if (*s == '-') ++s;
   if (hasHexPrefix(s)) {
-    if (!allHexDigits(s + 2)) fail();
+    if (!allHexDigits(s + 2)) fail(quoted(value) + " is not a hexadecimal number");
     return store(field, hexadecimalToDecimal(value), line);
   }
-  if (!allDigits(s)) fail();
+  if (!allDigits(s)) notNumber(value);
   // atoi of the whole text: "+-12" reads as 0.
   return store(field, atoiWrapped(value), line);
 }
@@ -389,42 +419,44 @@ int parseParameterIntegerS(const char* key, const char* want, const char* value,
 int parseParameterIntegerSymbol(const char* key, const char* want, const char* value, int* field,
                                 cfgLine* line) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value) || *field != -1) fail();
+  requireValue(value, *field != -1);
   int v;
-  if (!numberValue(value, &v) && convertSymbolToInt(value, &v) != 0) fail();
+  if (!numberValue(value, &v) && convertSymbolToInt(value, &v) != 0) unknownName(key, value);
   return store(field, v, line);
 }
 
 int parseParameterSymbolS(const char* key, const char* want, const char* value, int* field,
                           cfgLine* line) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value)) fail();
+  requireValue(value, false);
   std::string name(std::strlen(value) + 1, '\0');
   int v;
-  if (processQuotaions(value, name.data(), name.size()) != 0) fail();
-  if (convertSymbolToInt(name.c_str(), &v) != 0) fail();
+  if (processQuotaions(value, name.data(), name.size()) != 0)
+    fail(std::string(value) + " is not a name in double quotes");
+  if (convertSymbolToInt(name.c_str(), &v) != 0) unknownName(key, name.c_str());
   return store(field, v, line);
 }
 
 int parseParameterSymbol(const char* key, const char* want, const char* value, int* field,
                          cfgLine* line) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value) || *field != -1) fail();
+  requireValue(value, *field != -1);
   int v;
-  if (convertSymbolToInt(value, &v) != 0) fail();
+  if (convertSymbolToInt(value, &v) != 0) unknownName(key, value);
   return store(field, v, line);
 }
 
 int extractParameterIntegerSymbol(const char* key, const char* want, const char* value, int* field,
                                   cfgLine* line) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value) || *field != -1) fail();
+  requireValue(value, *field != -1);
   int v;
   if (numberValue(value, &v)) return store(field, v, line);
   const char* rest = separateIDAndInt(value);
   // Any other word is accepted and leaves the field unset.
   if (rest == nullptr) return 1;
-  if (convertCharToInt(rest, &v) != 0) fail();
+  if (convertCharToInt(rest, &v) != 0)
+    fail(quoted(value) + " ends in neither four digits nor any, not_care, unknown, other");
   return store(field, v, line);
 }
 
@@ -449,9 +481,10 @@ int processUUID(const char* text, unsigned char (&out)[16]) {
 int parseParameterStringUUID(const char* key, const char* want, const char* value,
                              unsigned char (&field)[16], cfgLine*) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value)) fail();
+  requireValue(value, false);
   unsigned char uuid[16];
-  if (processUUID(value, uuid) != 0) fail();
+  if (processUUID(value, uuid) != 0)
+    fail(quoted(value) + " is not a UUID of 32 hexadecimal digits in groups 8-4-4-4-12");
   std::memcpy(field, uuid, sizeof uuid);
   return 1;
 }
@@ -459,7 +492,7 @@ int parseParameterStringUUID(const char* key, const char* want, const char* valu
 int parseJobTime(const char* key, const char* want, const char* value, parameter* p,
                  cfgLine* line) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value) || p->jobTime != -1) fail();
+  requireValue(value, p->jobTime != -1);
   int v;
   if (allDigits(value)) {
     store(&p->jobTime, atoiWrapped(value), line);
@@ -473,13 +506,15 @@ int parseJobTime(const char* key, const char* want, const char* value, parameter
   }
   // DD/DD/DDDD DD:DD:DD, optionally followed by " GMT".
   std::string date(std::strlen(value) + 1, '\0');
-  if (processQuotaions(value, date.data(), date.size()) != 0) fail();
+  const std::string notDate =
+      std::string(value) + " is neither a number, a known name nor \"DD/DD/DDDD DD:DD:DD\"";
+  if (processQuotaions(value, date.data(), date.size()) != 0) fail(notDate);
   const char* d = date.c_str();
   const std::size_t n = std::strlen(d);
   const bool gmt = n == 23 && std::strcmp(d + 19, " GMT") == 0;
   if ((n != 19 && !gmt) || d[2] != '/' || d[5] != '/' || d[10] != ' ' || d[13] != ':' ||
       d[16] != ':')
-    fail();
+    fail(notDate);
   store(&p->jobTime, 2, line);
   p->jobTimeField1 = static_cast<std::uint16_t>(piece(d, 0, 2));
   p->jobTimeField2 = static_cast<std::uint16_t>(piece(d, 3, 2));
@@ -505,13 +540,13 @@ int parseYOffset(const char* key, const char* want, const char* value, int* fiel
 int parseIndexLevel(const char* key, const char* want, const char* value,
                     const unsigned char** field, cfgLine* line) {
   if (std::strcmp(key, want) != 0) return -1;
-  if (isEmpty(value)) fail();
+  requireValue(value, false);
   const int levels = atoiWrapped(value);
   if (line != nullptr) line->numericValue = levels;
   // 0 (also any text that is not a number) means no reduction.
   if (levels == 0) return 1;
   const unsigned char* table = reductionTable(levels);
-  if (table == nullptr) fail();
+  if (table == nullptr) fail("no reduction to " + std::to_string(levels) + " levels");
   *field = table;
   return 1;
 }
@@ -520,6 +555,13 @@ int checkParameterInteger(const char* key, int forbidden, const cfgLine* lines, 
   const cfgLine* line = lines;
   while (line != nullptr && line->lineNumber < fromLine) line = line->next.get();
   while (line != nullptr && std::strcmp(line->key, key) != 0) line = line->next.get();
-  if (line == nullptr || line->numericValue == forbidden) fail();
+  // Named after the section being checked: its header is the line the search starts at.
+  const cfgLine* header = lines;
+  while (header != nullptr && header->lineNumber < fromLine) header = header->next.get();
+  std::string section = header != nullptr ? header->key : "";
+  if (section.size() > 2 && section.front() == '[') section = section.substr(1, section.size() - 2);
+  if (line == nullptr) diag::failJob({{}, fromLine, section, key, {}, "missing from the section"});
+  if (line->numericValue == forbidden)
+    diag::failJob({{}, line->lineNumber, section, key, line->value, "has no usable value"});
   return 0;
 }

@@ -1,6 +1,7 @@
 // [Global] and [ZELP] key parsers.
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "cmdfile/cmdfile.h"
 #include "cmdfile/raw_packet.h"
@@ -8,6 +9,7 @@
 #include "config/key_handlers.h"
 #include "config/sections.h"
 #include "config/values.h"
+#include "diag/diag.h"
 
 namespace {
 
@@ -101,7 +103,7 @@ int parseGlobalParameter(cfgLine* line, parameter* p) {
   if (std::strcmp(line->key, "[Global]") == 0) return 0;
   if (parseParameterString(line->key, "OutFilePath", line->value, p->outFilePath, line) == 1)
     return 1;
-  if (std::strcmp(line->key, "ImageProcessingFile") != 0) std::exit(1);
+  if (std::strcmp(line->key, "ImageProcessingFile") != 0) diag::failJob("unknown key");
   imageProcessingFile* file = addImageProcessingFile(p->imageProcessingFileList);
   return parseParameterString(line->key, "ImageProcessingFile", line->value, file->path, line);
 }
@@ -124,8 +126,12 @@ int parseZELPParameterBuild(cfgLine* line, parameter* p) {
     if (std::strcmp(line->key, k.name) != 0) continue;
     const Use use = sZELPVersion == 2 ? k.set2 : k.set1;
     if (use == kStored) return k.parse(line, p);
-    if (use == kIgnored) return 0;
-    break;
+    const std::string version = "Version " + std::to_string(sZELPVersion);
+    if (use == kIgnored) {
+      diag::warn("accepted and ignored under " + version + "; nothing of it reaches the printer");
+      return 0;
+    }
+    diag::failJob("not a key under " + version);
   }
-  std::exit(1);
+  diag::failJob("unknown key");
 }

@@ -2,16 +2,56 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <memory>
+#include <string>
 
 #include "cmdfile/cmdfile.h"
+#include "cmdfile/cmdfile_info.h"
 #include "config/config.h"
+#include "diag/diag.h"
 #include "driver/driver.h"
+#include "driver/job.h"
 #include "kelm/kelm.h"
 #include "zelp/zelp.h"
 #include "zelpgen/zelpgen.h"
 
+namespace {
+
+// A job ended by a hook that throws leaves nothing open for the next one.
+class ShutOnUnwind {
+ public:
+  ShutOnUnwind() : mExceptions(std::uncaught_exceptions()) {}
+  ShutOnUnwind(const ShutOnUnwind&) = delete;
+  ShutOnUnwind& operator=(const ShutOnUnwind&) = delete;
+  ~ShutOnUnwind() {
+    if (std::uncaught_exceptions() <= mExceptions) return;
+    ZELP_Close();
+    ZELP_Delete();
+    diag::clearPlace();
+  }
+
+ private:
+  int mExceptions;
+};
+
+std::string definitionErrors(const _CMDFILEINFO* set) {
+  std::string first = set->errors.front();
+  first = first.substr(0, first.find('\n'));
+  if (first.rfind("[Error] ", 0) == 0) first.erase(0, 8);
+  if (set->errors.size() > 1) first += " (and " + std::to_string(set->errors.size() - 1) + " more)";
+  return first;
+}
+
+}  // namespace
+
 extern "C" int makeZELPData(const char* path) {
+  return runJob(path, JobOptions{}, nullptr);
+}
+
+int runJob(const char* path, const JobOptions& options, JobReport* report) {
+  ShutOnUnwind shut;
+  diag::beginJob();
   // The library may leave a partial path behind on failure; that text is used as it stands.
   char resolvedFull[PATH_MAX] = {};
   if (path != nullptr) {
@@ -20,7 +60,10 @@ extern "C" int makeZELPData(const char* path) {
     }
   }
   // A path cut to the record's buffers could name another job: such a path is refused.
-  if (std::strlen(resolvedFull) >= kPathSize) std::exit(1);
+  if (std::strlen(resolvedFull) >= kPathSize)
+    diag::failJob({path != nullptr ? path : "", 0, {}, {}, {},
+                   "the job's full path is longer than " + std::to_string(kPathSize - 1) +
+                       " characters"});
   char resolved[kPathSize];
   copyField(resolved, resolvedFull);
 
@@ -49,15 +92,25 @@ extern "C" int makeZELPData(const char* path) {
   if (commands && isExistErrorInCmdFile(commands.get())) {
     // The message says the file is ignored, yet the job ends here.
     dispCmdErrorMessage(commands.get());
+    const diag::JobError error{commands->fileName, 0, {}, {}, {}, definitionErrors(commands.get())};
     freeCmdFileInfo(std::move(commands));
     record->commandDefinitions = nullptr;
-    std::exit(1);
+    diag::failJob(error);
   }
 
   parseParameter(resolved, record.get());
+  if (report != nullptr) {
+    report->pages = record->jobImpressions;
+    report->outFile.assign(record->outFilePath, strnlen(record->outFilePath, sizeof record->outFilePath));
+  }
+  if (options.outFile != nullptr) copyField(record->outFilePath, options.outFile);
   processZELP(record.get());
   KELM_New();
   processKELMConfiguration(record.get());
+  if (report != nullptr || diag::hasHook()) {
+    JobReport scratch;
+    noteImages(record.get(), resolved, report != nullptr ? report : &scratch);
+  }
 
   for (int page = 0; page < record->jobImpressions; ++page) {
     for (const imageParameter* entry = record->imageParameterList.get(); entry != nullptr;) {
@@ -73,5 +126,6 @@ extern "C" int makeZELPData(const char* path) {
   ZELP_Close();
   ZELP_Delete();
   disposeParameter(std::move(record));
+  diag::clearPlace();
   return 0;
 }

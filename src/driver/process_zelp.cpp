@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "diag/diag.h"
 #include "driver/driver.h"
 #include "zelp/zelp.h"
 
@@ -117,6 +118,8 @@ int processZELP(parameter* p) {
   ZELP_SetJobImpressions(low16(p->jobImpressions));
 
   const int result = ZELP_Open();
-  if (result < 0) std::exit(1);
+  if (result < 0)
+    diag::failJob({{}, 0, {}, {}, fieldText(p->outFilePath),
+                   "cannot write the print file " + fieldText(p->outFilePath)});
   return result;
 }

@@ -3,6 +3,8 @@
 
 #include <span>
 
+#include "driver/job.h"
+
 namespace cli {
 
 // Exit statuses shared by every subcommand.
@@ -14,6 +16,18 @@ int runPrint(std::span<char*> args);
 int runCheck(std::span<char*> args);
 int runInspect(std::span<char*> args);
 int runRender(std::span<char*> args);
+
+struct JobOutcome {
+  int status = kExitOk;
+  int warnings = 0;
+  long long bytes = -1;  // of the trial print file
+  JobReport report;
+};
+
+// Runs the job with every error and warning on stderr ("zelpgen: FILE:LINE: ..."), warnings left
+// out when quiet. A trial writes the print file to a scratch file, measures and removes it, and
+// keeps the library's own stdout quiet.
+JobOutcome runJobSaying(const char* path, bool quiet, bool trial);
 
 // "zelpgen: <message>" on stderr, then the usage status.
 int usageError(const char* subcommand, const char* message);

@@ -8,8 +8,8 @@
 namespace {
 
 constexpr const char* kUsage =
-    "usage: zelpgen [print] JOB.cfg\n"
-    "       zelpgen check JOB.cfg\n"
+    "usage: zelpgen [print] [--quiet] [--strict] JOB.cfg\n"
+    "       zelpgen check [--quiet] JOB.cfg\n"
     "       zelpgen inspect FILE.dat\n"
     "       zelpgen render FILE.dat -o PAGE-%d.png\n"
     "\n"
@@ -21,7 +21,10 @@ constexpr const char* kUsage =
     "  --help     show this text (`zelpgen COMMAND --help` for a command's own)\n"
     "  --version  show the version\n"
     "\n"
-    "Exit status: 0 done, 1 job error (or a fault in the file inspected), 2 usage error.\n";
+    "Errors and warnings go to stderr as 'zelpgen: JOB.cfg:LINE: [Section] Key: why'.\n"
+    "\n"
+    "Exit status: 0 done, 1 job error (or a warning under --strict or check, or a fault in\n"
+    "the file inspected), 2 usage error.\n";
 
 struct Subcommand {
   const char* name;

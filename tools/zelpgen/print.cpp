@@ -1,25 +1,47 @@
-// zelpgen print: runs the job through the library's entry point.
+// zelpgen print: runs the job through the library, saying why when it fails.
 #include <cstdio>
 #include <cstring>
 
 #include "commands.h"
-#include "zelpgen/zelpgen.h"
 
 namespace {
 
 constexpr const char* kUsage =
-    "usage: zelpgen print JOB.cfg   (or: zelpgen JOB.cfg)\n"
+    "usage: zelpgen print [--quiet] [--strict] JOB.cfg   (or: zelpgen JOB.cfg ...)\n"
     "Writes the print file of the job configuration JOB.cfg (by default JOB.dat beside it,\n"
-    "or the [Global] OutFilePath).\n"
-    "Exit status: 0 printed, 1 job error, 2 usage error.\n";
+    "or the [Global] OutFilePath). Errors and warnings go to stderr.\n"
+    "\n"
+    "  --quiet   leave warnings out\n"
+    "  --strict  any warning fails the job before a print file is written\n"
+    "\n"
+    "Exit status: 0 printed, 1 job error (or a warning under --strict), 2 usage error.\n";
 
 }  // namespace
 
 int cli::runPrint(std::span<char*> args) {
-  if (args.size() == 1 && std::strcmp(args[0], "--help") == 0) {
-    std::fputs(kUsage, stdout);
-    return kExitOk;
+  bool quiet = false;
+  bool strict = false;
+  const char* job = nullptr;
+  for (const char* arg : args) {
+    if (std::strcmp(arg, "--help") == 0) {
+      std::fputs(kUsage, stdout);
+      return kExitOk;
+    }
+    if (std::strcmp(arg, "--quiet") == 0) {
+      quiet = true;
+    } else if (std::strcmp(arg, "--strict") == 0) {
+      strict = true;
+    } else if (arg[0] == '-' || job != nullptr) {
+      return usageError("print ", "expected one JOB.cfg and the options --quiet, --strict");
+    } else {
+      job = arg;
+    }
   }
-  if (args.size() != 1 || args[0][0] == '-') return usageError("print ", "expected one JOB.cfg");
-  return makeZELPData(args[0]);
+  if (job == nullptr) return usageError("print ", "expected one JOB.cfg");
+  if (strict) {
+    // A trial first, so a warning leaves no print file behind.
+    const JobOutcome trial = runJobSaying(job, quiet, true);
+    if (trial.status != kExitOk || trial.warnings > 0) return kExitJobError;
+  }
+  return runJobSaying(job, quiet || strict, false).status;
 }
