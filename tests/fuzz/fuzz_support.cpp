@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "diag/diag.h"
 #include "fuzz.h"
 #include "image/lxbmp.h"
 #include "image/reduction.h"
@@ -12,6 +13,9 @@
 namespace fuzz {
 
 namespace {
+
+// Thrown by the job error hook so the target gets control back.
+struct JobEnded {};
 
 struct FileCloser {
   void operator()(std::FILE* f) const { std::fclose(f); }
@@ -75,6 +79,18 @@ std::string writeInput(std::span<const std::uint8_t> bytes, const char* extensio
     std::abort();
   }
   return path;
+}
+
+void untilJobError(const std::function<void()>& step) {
+  diag::setHook([](diag::Severity severity, const diag::JobError&) {
+    if (severity == diag::Severity::kError) throw JobEnded{};
+  });
+  diag::beginJob();
+  try {
+    step();
+  } catch (const JobEnded&) {
+  }
+  diag::setHook(nullptr);
 }
 
 void readImageEveryWay(const char* path) {
