@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing: deps.sh [build|test|bench]
+# Installs the Debian packages that are missing: deps.sh [build|test|bench|fuzz]
 set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
 packages=(cmake g++ make libpng-dev)
 case "${1:-build}" in
   test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang) ;;
   bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev libbenchmark-dev pkg-config libtiff-tools) ;;
+  fuzz) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config clang-14 libclang-rt-14-dev) ;;
 esac
 missing=()
 for p in "${packages[@]}"; do

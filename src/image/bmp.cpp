@@ -7,9 +7,11 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <optional>
 #include <vector>
 
 #include "image/band.h"
+#include "image/limits.h"
 
 namespace {
 
@@ -79,9 +81,10 @@ std::unique_ptr<LXWindowsBMPRecT> LXWindowsBMP_New(const char* path) {
   rec->bitsPerPixel = h[28];
 
   const auto bits = static_cast<std::int8_t>(h[28]);
-  const std::uint64_t rowBytes =
-      bits < 0 ? 0 : ((std::uint64_t(bits) * rec->width + 7) / 8 + 3) / 4 * 4;
-  if (bits < 0 || rowBytes > fileSize) {
+  const auto rowBytes =
+      bits < 0 ? std::nullopt
+               : lximage::imageBytes(rec->width, 1, static_cast<unsigned>(bits), 4, fileSize);
+  if (!rowBytes) {
     // Not a row this file could hold: the handle reports an empty box.
     rec->width = 0;
     rec->height = 0;
@@ -92,8 +95,8 @@ std::unique_ptr<LXWindowsBMPRecT> LXWindowsBMP_New(const char* path) {
     rec->stream.reset();  // top-down bitmaps are not read
     return rec;
   }
-  rec->height = lximage::rowsTheFileHolds(rec->height, rowBytes, false, fileSize);
-  rec->rowBytes = static_cast<std::uint32_t>(rowBytes);
+  rec->height = lximage::rowsTheFileHolds(rec->height, rowBytes->row, false, fileSize);
+  rec->rowBytes = static_cast<std::uint32_t>(rowBytes->row);
   std::fseek(rec->stream.get(), static_cast<long>(rec->dataOffset), SEEK_SET);
   return rec;
 }

@@ -8,36 +8,28 @@
 #include <stdexcept>
 
 #include "image/band.h"
+#include "image/limits.h"
 
 namespace {
 
-// A band is 300 rows of one plane; a gigabyte is far beyond any printable width, and
-// refusing earlier keeps a hostile width from taking the process down.
-constexpr std::uint64_t kMaxBandBytes = std::uint64_t{1} << 30;
-
 struct RowLayout {
   std::uint16_t storedSize;
-  std::uint64_t bytes;  // before alignment
+  unsigned bits;
 };
 
-RowLayout rowLayout(int pixelSize, std::uint64_t w) {
+RowLayout rowLayout(int pixelSize) {
   switch (pixelSize) {
     case 0:
-      return {32, w * 4};
+      return {32, 32};
     case 1:
-      return {1, (w + 7) / 8};
     case 2:
-      return {2, (w + 3) / 4};
     case 4:
-      return {4, (w + 1) / 2};
     case 8:
-      return {8, w};
     case 10:
-      return {10, (w * 10 + 7) / 8};
     case 16:
-      return {16, w * 2};
+      return {static_cast<std::uint16_t>(pixelSize), static_cast<unsigned>(pixelSize)};
     default:
-      return {static_cast<std::uint16_t>(pixelSize), w * 4};
+      return {static_cast<std::uint16_t>(pixelSize), 32};
   }
 }
 
@@ -55,10 +47,12 @@ int LXNewGWorld(std::unique_ptr<LXGWorld>* out, int pixelSize, const LXRect& bou
   const std::int64_t h = std::int64_t{bounds.bottom} - bounds.top;
   // A negative size stands for a huge one (a width of 2^31 or more read as signed).
   if (w < 0 || h < 0) return fail(ENOMEM);
-  const RowLayout layout = rowLayout(pixelSize, static_cast<std::uint64_t>(w));
-  const std::uint64_t rowBytes = (layout.bytes + 3) / 4 * 4;
-  const std::uint64_t total = rowBytes * static_cast<std::uint64_t>(h);
-  if (rowBytes > kMaxBandBytes || total > kMaxBandBytes) return fail(ENOMEM);
+  const RowLayout layout = rowLayout(pixelSize);
+  const auto bytes = lximage::imageBytes(static_cast<std::uint32_t>(w),
+                                         static_cast<std::uint64_t>(h), layout.bits, 4);
+  if (!bytes) return fail(ENOMEM);
+  const std::uint64_t rowBytes = bytes->row;
+  const std::uint64_t total = bytes->total;
 
   std::unique_ptr<LXGWorld> world;
   try {

@@ -6,9 +6,11 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <set>
 
 #include "image/band.h"
+#include "image/limits.h"
 
 namespace {
 
@@ -213,17 +215,16 @@ void walkDirectories(LXTiffRecT* rec, std::uint64_t fileSize) {
   }
 }
 
-std::uint64_t rowBytesFor(std::uint64_t bits, std::uint64_t width) {
-  return (bits * width + 7) / 8;
-}
-
-// A row that could not be stored in the whole file, even at PackBits' best ratio (two bytes for
-// a run of 128), cannot be real.
-bool rowFits(std::uint64_t bytes, std::uint16_t compression, std::uint64_t fileSize) {
-  if (bytes > 0xFFFFFFFFu) return false;
+// The bytes of a row of `width` pixels of `bits` bits; nothing when the whole file could not
+// store it, even at PackBits' best ratio (two bytes for a run of 128), so it cannot be real.
+std::optional<std::uint64_t> rowBytesIn(unsigned bits, std::uint32_t width,
+                                        std::uint16_t compression, std::uint64_t fileSize) {
+  const auto bytes = lximage::imageBytes(width, 1, bits, 1, 0xFFFFFFFFu);
+  if (!bytes) return std::nullopt;
   const std::uint64_t needed =
-      compression == kTiffCompressionPackBits ? (bytes + 127) / 128 * 2 : bytes;
-  return needed <= fileSize;
+      compression == kTiffCompressionPackBits ? (bytes->row + 127) / 128 * 2 : bytes->row;
+  if (needed > fileSize) return std::nullopt;
+  return bytes->row;
 }
 
 void closeStream(LXTiffRecT* rec) {
@@ -322,12 +323,13 @@ std::unique_ptr<LXTiffRecT> LXTiff_New(const char* path) {
     closeStream(rec.get());
     return rec;
   }
-  const std::uint64_t rowBytes = rowBytesFor(rec->bitsPerPixel, rec->width);
-  bool fits = rowFits(rowBytes, rec->compression, fileSize);
+  const auto rowBytes = rowBytesIn(rec->bitsPerPixel, rec->width, rec->compression, fileSize);
+  bool fits = rowBytes.has_value();
   std::array<std::uint64_t, 4> sampleRowBytes{};
   for (std::size_t i = 0; i < 4; ++i) {
-    sampleRowBytes[i] = rowBytesFor(rec->bitsPerSample[i], rec->width);
-    fits = fits && rowFits(sampleRowBytes[i], rec->compression, fileSize);
+    const auto bytes = rowBytesIn(rec->bitsPerSample[i], rec->width, rec->compression, fileSize);
+    fits = fits && bytes.has_value();
+    if (bytes) sampleRowBytes[i] = *bytes;
   }
   if (!fits) {
     // Not an image this file can hold: it reports an empty box.
@@ -336,9 +338,9 @@ std::unique_ptr<LXTiffRecT> LXTiff_New(const char* path) {
     closeStream(rec.get());
     return rec;
   }
-  rec->height = lximage::rowsTheFileHolds(rec->height, rowBytes,
+  rec->height = lximage::rowsTheFileHolds(rec->height, *rowBytes,
                                           rec->compression == kTiffCompressionPackBits, fileSize);
-  rec->rowBytes = static_cast<std::uint32_t>(rowBytes);
+  rec->rowBytes = static_cast<std::uint32_t>(*rowBytes);
   for (std::size_t i = 0; i < 4; ++i) {
     rec->sampleRowBytes[i] = static_cast<std::uint32_t>(sampleRowBytes[i]);
   }

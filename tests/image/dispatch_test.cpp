@@ -108,6 +108,7 @@ TEST(GWorld, ImpossibleSizesFailWithErrno) {
     LXRect bounds;
     int pixelSize, error;
   } cases[] = {{{0, 0, 300, 0x7FFFFFFF}, 16, ENOMEM},
+               {{0, 0, 0, 0x7FFFFFFF}, 16, ENOMEM},  // a row too wide even with no rows
                {{0, 0, 300, -1}, 8, ENOMEM},
                {{5, 0, 4, 8}, 8, ENOMEM},
                {{-0x7FFFFFFF, 0, 0x7FFFFFFF, 0x10000}, 8, ENOMEM}};
