@@ -68,8 +68,8 @@ void gatherChannel8(const std::vector<unsigned char>& raw, std::size_t k, std::s
                     unsigned char flip, unsigned char* out) {
   const std::size_t inRow = raw.size() > k ? (raw.size() - k + 3) / 4 : 0;
   const std::size_t m = std::min(n, inRow);
-  const unsigned char* src = raw.data() + k;
-  for (std::size_t i = 0; i < m; ++i) out[i] = static_cast<unsigned char>(src[4 * i] ^ flip);
+  // Indexed, not a pointer past data(): an empty raw row has no data() to offset.
+  for (std::size_t i = 0; i < m; ++i) out[i] = static_cast<unsigned char>(raw[k + 4 * i] ^ flip);
   std::fill(out + m, out + n, flip);
 }
 
