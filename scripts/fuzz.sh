@@ -29,7 +29,7 @@ findings="$dir/findings/$target"
 mkdir -p "$corpus" "$found" "$findings"
 inputs=("$found" "$corpus")
 [ -d "$regressions" ] && inputs+=("$regressions")
-options=(-max_len="$max_len" -close_fd_mask=3 -timeout=10 -rss_limit_mb=2048)
+options=(-max_len="$max_len" -close_fd_mask=3 -timeout=30 -rss_limit_mb=2048)
 # Configurations and definition files share one syntax dictionary.
 case "$target" in
   config_reader | cmdfile_loader) options+=(-dict=tests/fuzz/config.dict) ;;

@@ -1,0 +1,59 @@
+#!/bin/sh
+# Rewrites, or with --check compares, the blocks of docs/ that quote the program's own output:
+# the common errors of configuration.md (messages taken from the command-line cases, which
+# tests/cli/run.sh holds against the real program) and the inspect listing of
+# command-definitions.md (the raw-packets example printed and inspected by ZELPGEN).
+#   scripts/doc-blocks.sh [--check] ZELPGEN
+set -eu
+check=0
+if [ "${1:-}" = --check ]; then check=1; shift; fi
+zelpgen=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
+root=$(cd "$(dirname "$0")/.." && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export TZ=UTC LC_ALL=C
+status=0
+
+# replace DOC NAME FILE: the lines between <!-- output:NAME --> and <!-- end:NAME --> become FILE.
+replace() {
+  doc=$1 name=$2 block=$3
+  grep -q "^<!-- output:$name -->\$" "$doc" || { echo "$doc has no block $name" >&2; exit 1; }
+  awk -v open="<!-- output:$name -->" -v stop="<!-- end:$name -->" -v block="$block" '
+    $0 == stop { skip = 0 }
+    !skip { print }
+    $0 == open { while ((getline line < block) > 0) print line; skip = 1 }
+  ' "$doc" >"$work/doc"
+  if cmp -s "$doc" "$work/doc"; then return; fi
+  if [ $check = 1 ]; then
+    echo "the $name block of $doc is out of date; run scripts/update-docs.sh" >&2
+    diff -u "$doc" "$work/doc" >&2 || true
+    status=1
+  else
+    cp "$work/doc" "$doc"
+  fi
+}
+
+# Common errors: one row per case of docs/common-errors.tsv, its message as the program says it.
+{
+  echo '| The job has | `zelpgen check` says |'
+  echo '|---|---|'
+  grep -v '^#' "$root/docs/common-errors.tsv" | while IFS='	' read -r name what; do
+    [ -n "$name" ] || continue
+    message=$(sed -n 's/^zelpgen: //p' "$root/tests/cli/cases/$name/expected.stderr" | head -n 1)
+    [ -n "$message" ] || { echo "no message in tests/cli/cases/$name" >&2; exit 1; }
+    printf '| %s | `%s` |\n' "$what" "$message"
+  done
+} >"$work/errors"
+replace "$root/docs/configuration.md" common-errors "$work/errors"
+
+# The raw-packets example as inspect shows it.
+mkdir "$work/job"
+cp "$root"/examples/raw-packets/* "$work/job/"
+(cd "$work/job" && "$zelpgen" job.cfg >/dev/null)
+{
+  echo '```'
+  (cd "$work/job" && "$zelpgen" inspect job.dat)
+  echo '```'
+} >"$work/listing"
+replace "$root/docs/command-definitions.md" raw-packets-inspect "$work/listing"
+exit $status
