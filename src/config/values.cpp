@@ -11,6 +11,7 @@
 #include "diag/diag.h"
 #include "image/reduction.h"
 #include "text/text.h"
+#include "zelp/codes.h"
 
 constexpr IDSymbol gIDSymbolTable[kIDSymbolCount + 1] = {
     {2, "id_val_input_tray_named"},
@@ -274,13 +275,9 @@ int convertCharToInt(const char* rest, int* out) {
     *out = static_cast<int>(std::strtol(rest, nullptr, 16));
     return 0;
   }
-  static constexpr struct {
-    const char* word;
-    int value;
-  } kWords[] = {{"any", 65535}, {"not_care", 65534}, {"unknown", 1}, {"other", 2}};
-  for (const auto& w : kWords) {
-    if (std::strcmp(rest, w.word) == 0) {
-      *out = w.value;
+  for (const zelp::value::Name& w : zelp::value::kMediumTypeExWords) {
+    if (std::strcmp(rest, w.name) == 0) {
+      *out = w.code;
       return 0;
     }
   }

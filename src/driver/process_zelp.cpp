@@ -7,6 +7,7 @@
 
 #include "diag/diag.h"
 #include "driver/driver.h"
+#include "zelp/codes.h"
 #include "zelp/zelp.h"
 
 namespace {
@@ -45,7 +46,7 @@ int processZELP(parameter* p) {
   if (p->panelMessage[0] != '\0') ZELP_SetPanelMsg(kCharset, fieldText(p->panelMessage).c_str());
 
   if (isSet(p->trayUnitID)) {
-    if (p->trayUnitID == 11) {
+    if (p->trayUnitID == zelp::value::kAutoTray) {
       ZELP_SetTrayAutoSelect();
     } else {
       ZELP_SetTrayByUnitID(low8(p->trayUnitID));

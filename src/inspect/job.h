@@ -90,7 +90,8 @@ struct PageSummary {
 struct JobSummary {
   std::string name;
   std::uint64_t size = 0;
-  std::vector<std::string> packets;  // describePacket lines
+  std::vector<std::string> packets;      // describePacket lines
+  std::vector<std::string> packetsJson;  // describePacketJson objects
   std::vector<std::string> header;   // text lines and table files before the first page
   std::vector<PageSummary> pages;
   bool ok = false;

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "inspect/job.h"
+#include "inspect/values.h"
 #include "zelp/codes.h"
 
 namespace inspect {
@@ -120,10 +121,38 @@ void appendHex(std::string* out, std::span<const std::uint8_t> bytes) {
   }
 }
 
+// The decoded value with its bytes in brackets, so that any changed byte changes the line; the
+// bytes alone when the value does not decode.
+void appendValue(std::string* out, const DecodedValue& decoded, std::span<const std::uint8_t> raw) {
+  if (decoded.empty()) return appendHex(out, raw);
+  *out += valueText(decoded) + " [";
+  appendHex(out, raw);
+  *out += ']';
+}
+
 void appendAttribute(std::string* out, const Attribute& a) {
   const char* name = attributeName(a.id);
   appendf(out, "%s(%u) = ", name != nullptr ? name : "attribute", a.id);
-  appendHex(out, a.value);
+  appendValue(out, decodeAttributeValue(a.id, a.value), a.value);
+}
+
+// JSON members: the decoded parts (if any), then the bytes as the text form shows them.
+void appendValueJson(std::string* out, const DecodedValue& decoded,
+                     std::span<const std::uint8_t> raw) {
+  if (!decoded.empty()) *out += valueJson(decoded) + ", ";
+  std::string hex;
+  appendHex(&hex, raw);
+  *out += "\"hex\": " + jsonString(hex);
+}
+
+std::string nameJson(const char* name) {
+  return name != nullptr ? jsonString(name) : "null";
+}
+
+void appendAttributeJson(std::string* out, const Attribute& a) {
+  appendf(out, "{\"id\": %u, \"name\": %s, ", a.id, nameJson(attributeName(a.id)).c_str());
+  appendValueJson(out, decodeAttributeValue(a.id, a.value), a.value);
+  *out += '}';
 }
 
 
@@ -347,7 +376,7 @@ std::string describePacket(const Packet& p) {
       if (call->selector >= 0) appendf(&out, " selector %d", call->selector);
       out += " = ";
     }
-    appendHex(&out, call->value);
+    appendValue(&out, decodeMethodValue(*call), call->value);
   } else if (auto entries = openJobEntries(p)) {
     appendf(&out, "%zu entries", entries->size());
     for (const Attribute& a : *entries) {
@@ -358,6 +387,39 @@ std::string describePacket(const Packet& p) {
     appendHex(&out, p.parameters);
   }
   return out;
+}
+
+std::string describePacketJson(const Packet& p) {
+  std::string out;
+  appendf(&out, "{\"offset\": %zu, \"operation\": %s, \"code\": %u, \"flags\": %u, \"length\": %u",
+          p.offset, nameJson(operationName(p.operation)).c_str(), p.operation, p.flags,
+          p.parameterLength);
+  if (p.parameters.empty()) return out + "}";
+  if (p.operation == kData) {
+    appendf(&out, ", \"payload\": %zu, \"more\": %s, \"crc\": \"%08X\"", p.parameters.size() - 1,
+            p.flags == kMoreData ? "true" : "false",
+            crc32(0, p.parameters.data() + 1, p.parameters.size() - 1));
+  } else if (auto a = setAttribute(p)) {
+    out += ", \"attribute\": ";
+    appendAttributeJson(&out, *a);
+  } else if (auto call = executeMethod(p)) {
+    appendf(&out, ", \"method\": {\"name\": %s, \"code\": %u, ",
+            nameJson(methodName(*call)).c_str(), call->method);
+    if (call->selector >= 0) appendf(&out, "\"selector\": %d, ", call->selector);
+    appendValueJson(&out, decodeMethodValue(*call), call->value);
+    out += '}';
+  } else if (auto entries = openJobEntries(p)) {
+    out += ", \"entries\": [";
+    for (std::size_t i = 0; i < entries->size(); ++i) {
+      out += i == 0 ? "\n   " : ",\n   ";
+      appendAttributeJson(&out, (*entries)[i]);
+    }
+    out += ']';
+  } else {
+    out += ", ";
+    appendValueJson(&out, {}, p.parameters);
+  }
+  return out + "}";
 }
 
 bool listPackets(std::span<const std::uint8_t> bytes, std::string* listing) {

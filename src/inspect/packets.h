@@ -87,6 +87,10 @@ bool checkJob(const std::vector<Packet>& packets, std::string* error);
 // One line describing a packet (offset, operation, flags, length and decoded contents).
 std::string describePacket(const Packet& packet);
 
+// The same as one JSON object: decoded values as JSON strings and numbers, each beside its
+// bytes ("hex", as describePacket shows them).
+std::string describePacketJson(const Packet& packet);
+
 // A text listing of a print file, one packet per line (open-job entries on lines of their
 // own). A file that does not decode lists what it could and ends with an error line; the
 // result is then false.

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "inspect/job.h"
+#include "inspect/values.h"
 
 namespace inspect {
 namespace {
@@ -32,7 +33,10 @@ class Summarizer : public JobSink {
  public:
   explicit Summarizer(JobSummary* s) : s_(s) {}
 
-  void packet(const Packet& p) override { s_->packets.push_back(describePacket(p)); }
+  void packet(const Packet& p) override {
+    s_->packets.push_back(describePacket(p));
+    s_->packetsJson.push_back(describePacketJson(p));
+  }
   void command(const RasterCommand& c) override {
     if (!s_->pages.empty() || image_ != nullptr) return;
     if (c.kind == RasterCommand::Kind::kText) {
@@ -90,21 +94,6 @@ std::string planesText(const std::vector<std::uint8_t>& c) {
     if (depth > 0) out += format("%s%s%d", out.empty() ? "" : " ", kNames[i - 3], depth);
   }
   return out.empty() ? "-" : out;
-}
-
-std::string jsonString(const std::string& s) {
-  std::string out = "\"";
-  for (unsigned char c : s) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += static_cast<char>(c);
-    } else if (c < 0x20 || c >= 0x7F) {
-      out += format("\\u%04x", c);
-    } else {
-      out += static_cast<char>(c);
-    }
-  }
-  return out + "\"";
 }
 
 std::string imageText(const ImageSummary& i) {
@@ -168,8 +157,8 @@ std::string formatJson(const JobSummary& s) {
   std::string out = "{\"file\": " + jsonString(s.name) + format(", \"size\": %llu,\n",
                                                                 static_cast<unsigned long long>(s.size));
   out += " \"packets\": [";
-  for (std::size_t i = 0; i < s.packets.size(); ++i) {
-    out += (i == 0 ? "\n  " : ",\n  ") + jsonString(s.packets[i]);
+  for (std::size_t i = 0; i < s.packetsJson.size(); ++i) {
+    out += (i == 0 ? "\n  " : ",\n  ") + s.packetsJson[i];
   }
   out += "],\n \"header\": [";
   for (std::size_t i = 0; i < s.header.size(); ++i) {

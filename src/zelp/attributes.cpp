@@ -145,13 +145,12 @@ Bytes one(const std::uint8_t& value) {
   return Bytes(&value, 1);
 }
 
-void storeMedium(std::uint8_t medium, std::uint8_t sizeHigh, std::uint8_t sizeLow,
-                 std::uint8_t last) {
+void storeMedium(std::uint8_t medium, std::uint16_t size, std::uint8_t last) {
   mMedia.fill(0);
   mMedia[0] = medium;
-  mMedia[1] = 0xFE;
-  mMedia[2] = sizeHigh;
-  mMedia[3] = sizeLow;
+  mMedia[1] = value::kMediumMark;
+  mMedia[2] = static_cast<std::uint8_t>(size >> 8);
+  mMedia[3] = static_cast<std::uint8_t>(size);
   mMedia[12] = last;
   sIsMediaSet = 1;
 }
@@ -439,32 +438,31 @@ void ZELP_SetJobImpressions(std::uint16_t count) {
 }
 
 void ZELP_SetTrayByAlias(std::uint8_t alias) {
-  mTrayAlias = {0x01, alias, 0x00, 0x00};
+  mTrayAlias = {value::kTrayLead, alias, 0x00, 0x00};
   sIsTrayAliasSet = 1;
 }
 
 void ZELP_SetTrayAutoSelect() {
-  mTrayAlias = {0x01, 0x0B, 0x00, 0x00};
+  mTrayAlias = {value::kTrayLead, value::kAutoTray, 0x00, 0x00};
   sIsTrayAliasSet = 1;
 }
 
 void ZELP_SetTrayByUnitID(std::uint8_t unit) {
-  mTrayAlias = {0x01, 0x0D, unit, 0x00};
+  mTrayAlias = {value::kTrayLead, value::kNumberedTray, unit, 0x00};
   sIsTrayAliasSet = 1;
 }
 
 void ZELP_SetMedium(std::uint8_t medium) {
-  storeMedium(medium, 0xFF, 0xFE, mVersion == 2 ? 0x01 : 0x03);
+  storeMedium(medium, value::kNoMediumSize, mVersion == 2 ? 0x01 : 0x03);
 }
 
 void ZELP_SetMediumWithStdSize(std::uint8_t medium, std::uint16_t size) {
-  storeMedium(medium, static_cast<std::uint8_t>(size >> 8), static_cast<std::uint8_t>(size),
-              mVersion == 2 ? 0x01 : 0x03);
+  storeMedium(medium, size, mVersion == 2 ? 0x01 : 0x03);
 }
 
 void ZELP_SetMediumWithCustumSize(std::uint8_t medium, std::uint32_t width, std::uint32_t height,
                                   int flag) {
-  storeMedium(medium, 0x00, 0x13, flag != 0 ? 0x01 : 0x02);
+  storeMedium(medium, value::kCustomMediumSize, flag != 0 ? 0x01 : 0x02);
   for (int i = 0; i < 4; ++i) {
     mMedia[4 + i] = static_cast<std::uint8_t>(width >> (24 - 8 * i));
     mMedia[8 + i] = static_cast<std::uint8_t>(height >> (24 - 8 * i));
@@ -472,7 +470,7 @@ void ZELP_SetMediumWithCustumSize(std::uint8_t medium, std::uint32_t width, std:
 }
 
 void ZELP_SetMediumSubType(std::uint16_t subType) {
-  mMediaSubType = {0x01, static_cast<std::uint8_t>(subType >> 8),
+  mMediaSubType = {value::kMediumTypeExLead, static_cast<std::uint8_t>(subType >> 8),
                    static_cast<std::uint8_t>(subType)};
   sIsMediaSubTypeSet = 1;
 }

@@ -2,7 +2,9 @@
 // Unscoped enums with fixed types: they go on the wire as the integers they are.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace zelp {
 
@@ -97,5 +99,230 @@ enum Code : std::uint8_t {
 
 // The ink drying method that takes a drying time.
 inline constexpr std::uint8_t kTimedInkDrying = 6;
+
+// Attribute values: how each is laid out and the names of enumerated values (the configuration's
+// symbols without their group's prefix).
+namespace value {
+
+enum class Kind : std::uint8_t {
+  kUnknown,
+  kNumber,        // unsigned, 1 to 4 bytes
+  kText,          // charset (2), length, the characters
+  kCountedText,   // length, the characters
+  kTime,          // the 8-byte time pack
+  kTray,          // kTrayLead, alias, unit (with kNumberedTray), 00
+  kMedium,        // medium type, kMediumMark, size (2), width (4), height (4), size flag
+  kMediumTypeEx,  // kMediumTypeExLead, the type (2)
+  kCOL,           // mode, count (2), then count times handle (4), number (2), password (4)
+  kClientJobID,   // UUID (16), job info (48, zero-padded)
+};
+
+inline constexpr std::uint8_t kTrayLead = 0x01;
+inline constexpr std::uint8_t kAutoTray = 11;
+inline constexpr std::uint8_t kNumberedTray = 13;
+inline constexpr std::uint8_t kMediumMark = 0xFE;
+inline constexpr std::uint16_t kNoMediumSize = 0xFFFE;
+inline constexpr std::uint16_t kCustomMediumSize = 0x0013;
+inline constexpr std::uint8_t kMediumTypeExLead = 0x01;
+inline constexpr std::size_t kClientJobUUIDSize = 16;
+inline constexpr std::size_t kClientJobInfoSize = 48;
+
+struct Name {
+  std::uint16_t code;
+  const char* name;
+};
+
+// Where a code has two names the first is shown.
+inline constexpr Name kTrays[] = {{2, "named"},
+                                  {3, "top"},
+                                  {4, "middle"},
+                                  {5, "bottom"},
+                                  {6, "envelope"},
+                                  {7, "manual"},
+                                  {19, "manual_single_2"},
+                                  {20, "manual_auto"},
+                                  {8, "large_capacity"},
+                                  {9, "main"},
+                                  {10, "side"},
+                                  {kAutoTray, "auto"},
+                                  {12, "none"},
+                                  {kNumberedTray, "numbered"},
+                                  {16, "rotation"},
+                                  {18, "manual_single"},
+                                  {101, "cassette_1"},
+                                  {102, "cassette_2"},
+                                  {103, "cassette_3"},
+                                  {104, "cassette_4"},
+                                  {105, "cassette_5"},
+                                  {106, "cassette_6"},
+                                  {107, "cassette_7"},
+                                  {108, "cassette_8"},
+                                  {109, "cassette_9"},
+                                  {121, "option_cassette_1"},
+                                  {122, "option_cassette_2"},
+                                  {123, "option_cassette_3"},
+                                  {124, "option_cassette_4"},
+                                  {125, "option_cassette_5"},
+                                  {201, "roll_1"},
+                                  {211, "option_roll_1"}};
+inline constexpr Name kMediumTypes[] = {{1, "unknown"},
+                                        {2, "other"},
+                                        {3, "stationery"},
+                                        {4, "transparency"},
+                                        {6, "envelope"},
+                                        {7, "labels"},
+                                        {8, "pasteboard"},
+                                        {9, "extra_pasteboard"},
+                                        {10, "flimsy"},
+                                        {11, "recycled"},
+                                        {12, "color"},
+                                        {13, "glossy"},
+                                        {13, "glossy_film"},
+                                        {14, "special"},
+                                        {15, "ruled"},
+                                        {16, "letter_head"},
+                                        {17, "pre_printed"},
+                                        {18, "pre_punched"},
+                                        {19, "rough"},
+                                        {20, "tracing"},
+                                        {21, "card_stock"},
+                                        {22, "heavy_paper"},
+                                        {23, "heavy_paper_2"},
+                                        {24, "second_side"},
+                                        {25, "post_card"},
+                                        {26, "stationery_2"},
+                                        {27, "special_2"},
+                                        {28, "special_3"},
+                                        {29, "special_4"},
+                                        {33, "bond"},
+                                        {34, "tab"},
+                                        {35, "laminatable"},
+                                        {36, "coated"},
+                                        {37, "heavy_coated"},
+                                        {38, "semi_glossy_paper"},
+                                        {39, "glossy_paper"},
+                                        {40, "back_print_film"},
+                                        {41, "special_5"},
+                                        {44, "matte_film"},
+                                        {45, "cloth"},
+                                        {50, "custom"},
+                                        {52, "art"},
+                                        {254, "not_care"},
+                                        {255, "any"}};
+inline constexpr Name kMediumTypeExWords[] = {
+    {1, "unknown"}, {2, "other"}, {65534, "not_care"}, {65535, "any"}};
+inline constexpr Name kQualities[] = {{1, "draft"}, {2, "normal"}, {3, "high"}};
+inline constexpr Name kQualityOptimizedLevels[] = {
+    {1, "level1"}, {2, "level2"}, {3, "level3"}, {4, "level4"}};
+inline constexpr Name kCuttingTypes[] = {{1, "none"}, {2, "cut"}, {3, "cutline"}, {4, "auto"}};
+inline constexpr Name kInkDryingTypes[] = {{1, "none"},       {2, "auto"},
+                                           {3, "level_high"}, {4, "level_normal"},
+                                           {5, "level_low"},  {kTimedInkDrying, "time"}};
+inline constexpr Name kPlexes[] = {{1, "simplex"}, {4, "dependent_on_binding_edge"}};
+inline constexpr Name kPlexImagePositionAdjustments[] = {{1, "off"}, {2, "on"}};
+inline constexpr Name kStartExecutionModes[] = {
+    {1, "none"}, {2, "with_job_store"}, {3, "job_store"}};
+inline constexpr Name kIdentifications[] = {
+    {1, "none"}, {2, "by_handle"}, {3, "by_number"}, {4, "by_name"}};
+inline constexpr Name kJobStartTypes[] = {{4, "immediate"}, {7, "wait_script_end"}};
+inline constexpr Name kHeadOneWayPrints[] = {{1, "off"}, {2, "forward"}};
+// The values of every set-value method.
+inline constexpr Name kMediaEdit[] = {{1, "auto"},           {2, "panel_setting_first"},
+                                      {3, "none"},           {10, "1_sec"},
+                                      {11, "3_sec"},         {12, "5_sec"},
+                                      {13, "7_sec"},         {14, "9_sec"},
+                                      {33, "30_sec"},        {4, "1_min"},
+                                      {5, "2_min"},          {34, "3_min"},
+                                      {6, "5_min"},          {7, "10_min"},
+                                      {8, "30_min"},         {9, "60_min"},
+                                      {15, "5mm"},           {16, "7mm"},
+                                      {17, "20mm"},          {18, "on"},
+                                      {19, "off"},           {20, "high"},
+                                      {21, "normal"},        {22, "low"},
+                                      {23, "thick"},         {24, "thin"},
+                                      {25, "weak"},          {26, "very_weak"},
+                                      {27, "low_speed"},     {28, "on_rough"},
+                                      {29, "10mm"},          {30, "strong"},
+                                      {31, "little_strong"}, {32, "high_speed"},
+                                      {36, "middle1"},       {37, "middle2"},
+                                      {38, "middle3"}};
+inline constexpr Name kCalibrations[] = {{0, "valid"}, {1, "invalid"}, {3, "panel_setting_first"}};
+inline constexpr Name kPathModes[] = {{0, "none"}, {1, "1"}, {2, "2"}};
+// The time pack counts weekdays from Monday (1).
+inline constexpr Name kWeekdays[] = {{1, "Mon"}, {2, "Tue"}, {3, "Wed"}, {4, "Thu"},
+                                     {5, "Fri"}, {6, "Sat"}, {7, "Sun"}};
+
+struct Layout {
+  Kind kind = Kind::kUnknown;
+  std::span<const Name> names;  // of the value, or of the leading code of a tray, medium or COL
+};
+
+constexpr Layout attributeLayout(std::uint16_t id) {
+  using namespace attribute;
+  switch (id) {
+    case kJobName:
+    case kJobOwner:
+    case kPanelMessage:
+      return {Kind::kText, {}};
+    case kJobClientID:
+      return {Kind::kCountedText, {}};
+    case kJobTime:
+      return {Kind::kTime, {}};
+    case kJobStartMode:
+      return {Kind::kNumber, kJobStartTypes};
+    case kJobStartExecutionMode:
+      return {Kind::kNumber, kStartExecutionModes};
+    case kJobImpressions:
+    case kJobImpressions2:
+    case kJobOctets:
+    case kCopies:
+    case kInkDryingTime:
+      return {Kind::kNumber, {}};
+    case kClientJobID:
+      return {Kind::kClientJobID, {}};
+    case kCOL:
+      return {Kind::kCOL, kIdentifications};
+    case kPlex:
+      return {Kind::kNumber, kPlexes};
+    case kMedium:
+      return {Kind::kMedium, kMediumTypes};
+    case kQuality:
+      return {Kind::kNumber, kQualities};
+    case kTray:
+      return {Kind::kTray, kTrays};
+    case kMediumTypeEx:
+      return {Kind::kMediumTypeEx, kMediumTypeExWords};
+    case kMediumCuttingType:
+      return {Kind::kNumber, kCuttingTypes};
+    case kInkDryingType:
+      return {Kind::kNumber, kInkDryingTypes};
+    case kPlexImagePositionAdjustment:
+      return {Kind::kNumber, kPlexImagePositionAdjustments};
+    case kQualityOptimizedLevel:
+      return {Kind::kNumber, kQualityOptimizedLevels};
+    case kHeadOneWayPrint:
+      return {Kind::kNumber, kHeadOneWayPrints};
+    default:
+      return {};
+  }
+}
+
+// The arguments of an execute method after the set-value method's 01 and selector.
+constexpr Layout methodLayout(std::uint8_t code) {
+  switch (code) {
+    case method::kSetValue:
+      return {Kind::kNumber, kMediaEdit};
+    case method::kCalibration:
+      return {Kind::kNumber, kCalibrations};
+    case method::kJobCreatorID:
+      return {Kind::kNumber, {}};
+    case method::kSetPathMode:
+      return {Kind::kNumber, kPathModes};
+    default:
+      return {};
+  }
+}
+
+}  // namespace value
 
 }  // namespace zelp

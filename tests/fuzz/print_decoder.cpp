@@ -32,6 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   inspect::checkJob(packets, &error);
   for (const inspect::Packet& packet : packets) {
     (void)inspect::describePacket(packet);
+    (void)inspect::describePacketJson(packet);
     (void)inspect::setAttribute(packet);
     (void)inspect::openJobEntries(packet);
     if (const auto call = inspect::executeMethod(packet)) (void)inspect::methodName(*call);

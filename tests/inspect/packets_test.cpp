@@ -105,9 +105,11 @@ TEST(ListPackets, OneLinePerPacketThenTheFault) {
   EXPECT_EQ(
       listing,
       "00000000  OpenJob       107  flags 00  length    10  1 entries\n"
-      "          JobName(4) = 00 03 01 4A\n"
-      "0000001E  SetDocument    24  flags 00  length     6  PanelMessage(2140) = 00 03 01 41\n"
-      "00000038  ExecuteMethod  29  flags 00  length     9  PrintingSuction = 02\n"
+      "          JobName(4) = \"J\", charset 3 [00 03 01 4A]\n"
+      "0000001E  SetDocument    24  flags 00  length     6  PanelMessage(2140) = \"A\", charset 3 "
+      "[00 03 01 41]\n"
+      "00000038  ExecuteMethod  29  flags 00  length     9  PrintingSuction = 2 "
+      "(panel_setting_first) [02]\n"
       "00000055  Data           26  flags 02  length     3  payload 2, more follows, crc E9FFC9D0\n"
       "0000006C  SetJob         18  flags 00  length     3  attribute(4660) = 01\n"
       "00000083  EndDocument    25  flags 00  length     0\n"

@@ -10,9 +10,10 @@ namespace {
 
 constexpr const char* kUsage =
     "usage: zelpgen inspect [--json] FILE.dat\n"
-    "Lists the packets of a print file, its raster header and, per page, each raster image\n"
-    "(position, planes and depths, compression, rows, bytes per compression), checking the file\n"
-    "as it goes; the last line is `ok` or the first fault with its offset in the file.\n"
+    "Lists the packets of a print file (attribute values decoded, their bytes in brackets), its\n"
+    "raster header and, per page, each raster image (position, planes and depths, compression,\n"
+    "rows, bytes per compression), checking the file as it goes; the last line is `ok` or the\n"
+    "first fault with its offset in the file.\n"
     "  --json  the same as one JSON document\n"
     "Exit status: 0 ok, 1 a fault in the file, 2 usage error.\n";
 
