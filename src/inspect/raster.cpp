@@ -413,10 +413,17 @@ class Collector : public RowSink {
     images_->back().blockWidth = width;
     images_->back().blockRows.push_back(rows);
   }
+  // Skipped rows are kept as empty rows, so a skip from the file must not decide the memory.
   void skip(std::int64_t rows) override {
+    if (rows > kMaxKeptRows - static_cast<std::int64_t>(images_->back().rows())) {
+      tooTall = true;
+      return;
+    }
     std::vector<PlaneRow> none;
     for (std::int64_t i = 0; i < rows; ++i) row(none);
   }
+  static constexpr std::int64_t kMaxKeptRows = std::int64_t{1} << 20;
+  bool tooTall = false;
   // A plane without a row of its own gets an empty one.
   void row(std::vector<PlaneRow>& pending) override {
     RasterImage& image = images_->back();
@@ -456,6 +463,11 @@ bool rebuildRasterImages(const std::vector<RasterCommand>& commands,
   for (std::size_t i = 0; i < commands.size(); ++i) {
     collector.index = i;
     if (!decoder.add(commands[i], error)) return false;
+    if (collector.tooTall) {
+      return fail(error, commands[i].offset,
+                  "image taller than " + std::to_string(Collector::kMaxKeptRows) +
+                      " rows, more than are kept");
+    }
   }
   return decoder.finish(commands.empty() ? 0 : commands.back().offset, error);
 }
