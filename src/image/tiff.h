@@ -34,6 +34,9 @@ struct LXTiffRecT : LXBMPRecT {
   std::int16_t packBitsState = 0;
   // Raster bytes come through the window from this position, not from the stream's own.
   std::uint64_t position = 0;
+  // The offset of the last row taken in place from the window, which the row buffer does not
+  // hold; none when the row buffer holds the last row read.
+  std::optional<std::uint64_t> rowBufferBehind;
   std::shared_ptr<lximage::ReadWindow> window = std::make_shared<lximage::ReadWindow>();
   std::uint16_t photometric = 1;
   std::uint32_t planarConfiguration = 1;

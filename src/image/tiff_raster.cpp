@@ -31,12 +31,37 @@ void readRawRow(LXTiffRecT* rec) {
   if (rec->compression == kTiffCompressionPackBits) {
     unpackbits(rec, row);
   } else if (!row.empty()) {
-    // A short read keeps the rest of the previous row.
     const auto bytes = rec->window->bytesAt(rec->stream.get(), rec->position, row.size());
+    if (rec->rowBufferBehind && bytes.size() < row.size()) {
+      // A short read keeps the rest of the previous row, which rawRow left in the file.
+      const auto previous =
+          rec->window->bytesAt(rec->stream.get(), *rec->rowBufferBehind, row.size());
+      std::copy_n(previous.begin(), std::min(previous.size(), row.size()), row.begin());
+      rec->rowBufferBehind.reset();
+      readRawRow(rec);
+      return;
+    }
     const std::size_t n = std::min(bytes.size(), row.size());
     std::copy_n(bytes.begin(), n, row.begin());
     rec->position += n;
+    rec->rowBufferBehind.reset();
   }
+}
+
+// The next raw row: in place in the window when it holds the whole of an uncompressed row,
+// else read into the row buffer. Valid until the reader's next read.
+std::span<const unsigned char> rawRow(LXTiffRecT* rec) {
+  const std::size_t size = rec->rowBuffer.size();
+  if (rec->compression != kTiffCompressionPackBits && size != 0) {
+    const auto bytes = rec->window->bytesAt(rec->stream.get(), rec->position, size);
+    if (bytes.size() >= size) {
+      rec->rowBufferBehind = rec->position;
+      rec->position += size;
+      return bytes.first(size);
+    }
+  }
+  readRawRow(rec);
+  return rec->rowBuffer;
 }
 
 void countRow(LXTiffRecT* rec) {
@@ -66,7 +91,7 @@ std::span<const unsigned char> head(const std::vector<unsigned char>& row, std::
 
 // Channel k of 8-bit chunky pixels, four bytes a pixel, into `n` bytes at `out`; bytes past the
 // raw row read 0 (before the flip, which turns v into 255 - v).
-void gatherChannel8(const std::vector<unsigned char>& raw, std::size_t k, std::size_t n,
+void gatherChannel8(std::span<const unsigned char> raw, std::size_t k, std::size_t n,
                     unsigned char flip, unsigned char* out) {
   const std::size_t inRow = raw.size() > k ? (raw.size() - k + 3) / 4 : 0;
   const std::size_t m = std::min(n, inRow);
@@ -85,7 +110,7 @@ class BandFill {
       : bytes_(bandBytes(band)), stride_(bandRowBytes(band)), n_(n), clear_(clear) {}
 
   template <typename Convert>
-  void row(std::uint32_t r, const std::vector<unsigned char>& raw, Convert convert) {
+  void row(std::uint32_t r, std::span<const unsigned char> raw, Convert convert) {
     const std::size_t start = std::size_t{r} * stride_;
     if (start >= bytes_.size()) return;
     const std::size_t end = std::min(start + stride_, bytes_.size());
@@ -113,8 +138,7 @@ void readRowsInto(LXTiffRecT* rec, LXGWorld* band, std::size_t n, unsigned char 
                   std::uint32_t rows, Convert convert) {
   BandFill fill(band, n, clear);
   for (std::uint32_t r = 0; r < rows; ++r) {
-    readRawRow(rec);
-    fill.row(r, rec->rowBuffer, convert);
+    fill.row(r, rawRow(rec), convert);
     countRow(rec);
   }
   fill.finish();
@@ -209,15 +233,15 @@ std::int32_t LXTiff_ReadNextRasterBlock(LXTiffRecT* rec, LXGWorld* band,
     const std::size_t width = rec->width;
     const unsigned char flip = invert ? 0xFF : 0x00;
     const auto used = static_cast<std::size_t>(std::min<std::uint64_t>(n, rec->rowBuffer.size()));
-    readRowsInto(rec, band, used, rgbSense ? 0xFF : 0x00, rows,
-                 [width, flip](const std::vector<unsigned char>& raw, std::size_t count,
-                               unsigned char* out) {
-                   const std::size_t inWidth = std::min(count, width);
-                   for (std::size_t i = 0; i < inWidth; ++i) {
-                     out[i] = static_cast<unsigned char>(raw[i] ^ flip);
-                   }
-                   std::fill(out + inWidth, out + count, 0);
-                 });
+    readRowsInto(
+        rec, band, used, rgbSense ? 0xFF : 0x00, rows,
+        [width, flip](std::span<const unsigned char> raw, std::size_t count, unsigned char* out) {
+          const std::size_t inWidth = std::min(count, width);
+          for (std::size_t i = 0; i < inWidth; ++i) {
+            out[i] = static_cast<unsigned char>(raw[i] ^ flip);
+          }
+          std::fill(out + inWidth, out + count, 0);
+        });
     rec->currentRow += rows;
     return static_cast<std::int32_t>(rows);
   }
@@ -467,14 +491,14 @@ class ChannelBlock {
   std::uint32_t rows() const { return rows_; }
 
   void readRow(std::uint32_t r) {
-    readRawRow(rec_);
     if (plan_.conversion == Conversion::kCopy8) {
-      fill_.row(r, rec_->rowBuffer,
-                [k = plan_.k, flip = flip_](const std::vector<unsigned char>& raw,
-                                            std::size_t count, unsigned char* out) {
+      fill_.row(r, rawRow(rec_),
+                [k = plan_.k, flip = flip_](std::span<const unsigned char> raw, std::size_t count,
+                                            unsigned char* out) {
                   gatherChannel8(raw, k, count, flip, out);
                 });
     } else {
+      readRawRow(rec_);
       gatherChannel(rec_, plan_.k, bits_, plan_.n, gathered_);
       convertChannelRow(rec_, plan_, gathered_, out_);
       lximage::putRow(band_, r, out_);
