@@ -49,7 +49,7 @@ void readRawRow(LXTiffRecT* rec) {
 }
 
 // The next raw row: in place in the window when it holds the whole of an uncompressed row,
-// else read into the row buffer. Valid until the reader's next read.
+// else read into the row buffer. Valid until the next read through the window.
 std::span<const unsigned char> rawRow(LXTiffRecT* rec) {
   const std::size_t size = rec->rowBuffer.size();
   if (rec->compression != kTiffCompressionPackBits && size != 0) {
