@@ -73,6 +73,8 @@ bool openImageFiles(const imageParameter* entry, ImageFiles* files) {
     for (Plane s : {kPlaneK, kPlaneC, kPlaneM, kPlaneY}) {
       if (!openIfGiven(entry, kFileCMYK, &readers[s])) return false;
     }
+    for (Plane s : {kPlaneC, kPlaneM, kPlaneY})
+      LXBMP_ShareReads(readers[kPlaneK].get(), readers[s].get());
   } else {
     for (Plane s : {kPlaneK, kPlaneC, kPlaneM, kPlaneY}) {
       if (!openIfGiven(entry, s, &readers[s])) return false;
@@ -140,10 +142,14 @@ std::int32_t readNextBand(const imageParameter* entry, const ImageFiles& files, 
     // The channel each ink takes from its reader; the light inks take their full ink's.
     static constexpr std::pair<Plane, int> kChannels[] = {{kPlaneK, 3}, {kPlaneC, 0}, {kPlanec, 0},
                                                           {kPlaneM, 1}, {kPlanem, 1}, {kPlaneY, 2}};
-    for (const auto& [ink, channel] : kChannels) {
-      take(
-          LXBMP_ReadNextRasterBlockCMYK(readers[ink].get(), bands[ink].get(), level[ink], channel));
+    // Row by row across the inks, so the four readers of the CMYK file take each row from
+    // the one read they share.
+    std::array<LXChannelRead, std::size(kChannels)> reads;
+    for (std::size_t i = 0; i < reads.size(); ++i) {
+      const auto [ink, channel] = kChannels[i];
+      reads[i] = {readers[ink].get(), bands[ink].get(), level[ink], channel};
     }
+    take(LXBMP_ReadNextRasterBlocksCMYK(reads));
   } else {
     for (Plane ink : {kPlaneK, kPlaneC, kPlanec, kPlaneM, kPlanem, kPlaneY}) {
       take(LXBMP_ReadNextRasterBlock(readers[ink].get(), bands[ink].get(), level[ink]));

@@ -3,6 +3,7 @@
 
 #include <cctype>
 #include <cstring>
+#include <vector>
 
 #include "image/bmp.h"
 #include "image/tiff.h"
@@ -116,6 +117,21 @@ std::int32_t LXBMP_ReadNextRasterBlockCMYK(LXBMPRecT* handle, LXGWorld* band,
     return LXTiff_ReadNextRasterBlockCMYK(tiff, band, table, channel);
   }
   return 0;
+}
+
+std::int32_t LXBMP_ReadNextRasterBlocksCMYK(std::span<const LXChannelRead> reads) {
+  std::vector<LXTiffChannelRead> tiffReads;
+  tiffReads.reserve(reads.size());
+  for (const LXChannelRead& read : reads) {
+    if (LXTiffRecT* tiff = asTiff(read.reader)) {
+      tiffReads.push_back({tiff, read.band, read.table, read.channel});
+    }
+  }
+  return LXTiff_ReadNextRasterBlocksCMYK(tiffReads);
+}
+
+void LXBMP_ShareReads(const LXBMPRecT* from, LXBMPRecT* to) {
+  LXTiff_ShareReads(asTiff(from), asTiff(to));
 }
 
 std::uint32_t LXBMP_GetWidth(const LXBMPRecT* handle) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <span>
 
 #include "image/lxgworld.h"
 #include "image/reduction.h"
@@ -39,4 +40,16 @@ std::int32_t LXBMP_ReadNextRasterBlockRGB(LXBMPRecT* handle, LXGWorld* red, LXGW
                                           LXGWorld* blue);
 std::int32_t LXBMP_ReadNextRasterBlockCMYK(LXBMPRecT* handle, LXGWorld* band,
                                            const unsigned char* table, int channel);
+// One ink channel of an interleaved image and the band it goes to.
+struct LXChannelRead {
+  LXBMPRecT* reader = nullptr;
+  LXGWorld* band = nullptr;
+  const unsigned char* table = nullptr;
+  int channel = 0;
+};
+// LXBMP_ReadNextRasterBlockCMYK for every read, taking a row of each in turn; the most rows
+// any of them gave.
+std::int32_t LXBMP_ReadNextRasterBlocksCMYK(std::span<const LXChannelRead> reads);
+// Readers of one TIFF file that read it in step share one read of it.
+void LXBMP_ShareReads(const LXBMPRecT* from, LXBMPRecT* to);
 std::uint32_t LXBMP_GetWidth(const LXBMPRecT* handle);

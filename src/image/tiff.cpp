@@ -353,7 +353,7 @@ std::unique_ptr<LXTiffRecT> LXTiff_New(const char* path) {
   }
   rec->stripIndex = 0;
   rec->rowsLeftInStrip = rec->rowsPerStrip;
-  seekTo(rec.get(), rec->firstStripOffset);
+  rec->position = rec->firstStripOffset;
   rec->packBitsState = 0;
   return rec;
 }
@@ -373,5 +373,15 @@ void LXTiff_Rewind(LXTiffRecT* rec) {
   if (rec == nullptr) return;
   rec->stripIndex = 0;
   rec->currentRow = 0;
-  if (rec->stream) seekTo(rec, LXTiff_StripOffset(rec, 0));
+  rec->position = LXTiff_StripOffset(rec, 0);
+}
+
+void LXTiff_ShareReads(const LXTiffRecT* from, LXTiffRecT* to) {
+  if (from == nullptr || to == nullptr || from == to || !from->stream || !to->stream) return;
+  // Two opens of one file parse alike; a file replaced between them does not share.
+  const bool alike =
+      from->byteOrder == to->byteOrder && from->width == to->width && from->height == to->height &&
+      from->rowBytes == to->rowBytes && from->compression == to->compression &&
+      from->rowsPerStrip == to->rowsPerStrip && from->stripOffsets == to->stripOffsets;
+  if (alike) to->window = from->window;
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "image/lxbmp.h"
+#include "image/read_window.h"
 
 constexpr std::uint16_t kTiffCompressionNone = 1;
 constexpr std::uint16_t kTiffCompressionPackBits = 32773;
@@ -31,6 +32,12 @@ struct LXTiffRecT : LXBMPRecT {
   std::int32_t readStatus = 0;
   std::uint32_t firstStripOffset = 0;
   std::int16_t packBitsState = 0;
+  // Raster bytes come through the window from this position, not from the stream's own.
+  std::uint64_t position = 0;
+  // The offset of the last row taken in place from the window, which the row buffer does not
+  // hold; none when the row buffer holds the last row read.
+  std::optional<std::uint64_t> rowBufferBehind;
+  std::shared_ptr<lximage::ReadWindow> window = std::make_shared<lximage::ReadWindow>();
   std::uint16_t photometric = 1;
   std::uint32_t planarConfiguration = 1;
 };
@@ -53,6 +60,15 @@ std::int32_t LXTiff_ReadNextRasterBlockRGB(LXTiffRecT* rec, LXGWorld* red, LXGWo
                                            LXGWorld* blue);
 std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
                                             const unsigned char* table, int channel);
+struct LXTiffChannelRead {
+  LXTiffRecT* rec = nullptr;
+  LXGWorld* band = nullptr;
+  const unsigned char* table = nullptr;
+  int channel = 0;
+};
+// Each read as LXTiff_ReadNextRasterBlockCMYK does it, row by row across the reads; the most
+// rows any of them gave.
+std::int32_t LXTiff_ReadNextRasterBlocksCMYK(std::span<const LXTiffChannelRead> reads);
 
 // Byte-order reads from the stream; each sets readStatus (-1 on failure, then 0 returned).
 std::uint16_t readWord(LXTiffRecT* rec);
@@ -63,5 +79,8 @@ std::uint32_t correctPointerEndian(const LXTiffRecT* rec, std::uint32_t word);
 std::int32_t readOneInteger(LXTiffRecT* rec, const LXTiffIFDT& entry);
 // The strip offset at `index`; 0 past the table.
 std::uint32_t LXTiff_StripOffset(const LXTiffRecT* rec, std::uint32_t index);
+// Lets `to` read its raster through the window of `from`, a record of the same file, so that
+// readers going through the file in step read it once; records of differing layout keep their own.
+void LXTiff_ShareReads(const LXTiffRecT* from, LXTiffRecT* to);
 // PackBits from the stream into `dest`, the run state kept in the record across calls.
 void unpackbits(LXTiffRecT* rec, std::span<unsigned char> dest);

@@ -31,17 +31,44 @@ void readRawRow(LXTiffRecT* rec) {
   if (rec->compression == kTiffCompressionPackBits) {
     unpackbits(rec, row);
   } else if (!row.empty()) {
-    // A short read keeps the rest of the previous row.
-    (void)std::fread(row.data(), 1, row.size(), rec->stream.get());
+    const auto bytes = rec->window->bytesAt(rec->stream.get(), rec->position, row.size());
+    if (rec->rowBufferBehind && bytes.size() < row.size()) {
+      // A short read keeps the rest of the previous row, which rawRow left in the file.
+      const auto previous =
+          rec->window->bytesAt(rec->stream.get(), *rec->rowBufferBehind, row.size());
+      std::copy_n(previous.begin(), std::min(previous.size(), row.size()), row.begin());
+      rec->rowBufferBehind.reset();
+      readRawRow(rec);
+      return;
+    }
+    const std::size_t n = std::min(bytes.size(), row.size());
+    std::copy_n(bytes.begin(), n, row.begin());
+    rec->position += n;
+    rec->rowBufferBehind.reset();
   }
+}
+
+// The next raw row: in place in the window when it holds the whole of an uncompressed row,
+// else read into the row buffer. Valid until the next read through the window.
+std::span<const unsigned char> rawRow(LXTiffRecT* rec) {
+  const std::size_t size = rec->rowBuffer.size();
+  if (rec->compression != kTiffCompressionPackBits && size != 0) {
+    const auto bytes = rec->window->bytesAt(rec->stream.get(), rec->position, size);
+    if (bytes.size() >= size) {
+      rec->rowBufferBehind = rec->position;
+      rec->position += size;
+      return bytes.first(size);
+    }
+  }
+  readRawRow(rec);
+  return rec->rowBuffer;
 }
 
 void countRow(LXTiffRecT* rec) {
   if (--rec->rowsLeftInStrip != 0) return;
   rec->rowsLeftInStrip = rec->rowsPerStrip;
   ++rec->stripIndex;
-  std::fseek(rec->stream.get(), static_cast<long>(LXTiff_StripOffset(rec, rec->stripIndex)),
-             SEEK_SET);
+  rec->position = LXTiff_StripOffset(rec, rec->stripIndex);
   rec->packBitsState = 0;
 }
 
@@ -64,7 +91,7 @@ std::span<const unsigned char> head(const std::vector<unsigned char>& row, std::
 
 // Channel k of 8-bit chunky pixels, four bytes a pixel, into `n` bytes at `out`; bytes past the
 // raw row read 0 (before the flip, which turns v into 255 - v).
-void gatherChannel8(const std::vector<unsigned char>& raw, std::size_t k, std::size_t n,
+void gatherChannel8(std::span<const unsigned char> raw, std::size_t k, std::size_t n,
                     unsigned char flip, unsigned char* out) {
   const std::size_t inRow = raw.size() > k ? (raw.size() - k + 3) / 4 : 0;
   const std::size_t m = std::min(n, inRow);
@@ -73,43 +100,62 @@ void gatherChannel8(const std::vector<unsigned char>& raw, std::size_t k, std::s
   std::fill(out + m, out + n, flip);
 }
 
-// Reads `rows` rows straight into the band, `convert(raw row, n, out)` writing the first n
-// bytes of each band row. Only the bytes no row covers are cleared, so the band ends as a
-// clear followed by row copies would leave it.
+// Rows written straight into a band, `convert(raw row, n, out)` writing the first n bytes of
+// each band row. Only the bytes no row covers are cleared, so the band ends as a clear
+// followed by row copies would leave it.
+class BandFill {
+ public:
+  BandFill() = default;
+  BandFill(LXGWorld* band, std::size_t n, unsigned char clear)
+      : bytes_(bandBytes(band)), stride_(bandRowBytes(band)), n_(n), clear_(clear) {}
+
+  template <typename Convert>
+  void row(std::uint32_t r, std::span<const unsigned char> raw, Convert convert) {
+    const std::size_t start = std::size_t{r} * stride_;
+    if (start >= bytes_.size()) return;
+    const std::size_t end = std::min(start + stride_, bytes_.size());
+    const std::size_t written = std::min(n_, end - start);
+    convert(raw, written, bytes_.data() + start);
+    std::fill(bytes_.begin() + static_cast<std::ptrdiff_t>(start + written),
+              bytes_.begin() + static_cast<std::ptrdiff_t>(end), clear_);
+    covered_ = end;
+  }
+
+  void finish() {
+    std::fill(bytes_.begin() + static_cast<std::ptrdiff_t>(covered_), bytes_.end(), clear_);
+  }
+
+ private:
+  std::span<unsigned char> bytes_;
+  std::size_t stride_ = 0;
+  std::size_t n_ = 0;
+  unsigned char clear_ = 0;
+  std::size_t covered_ = 0;
+};
+
 template <typename Convert>
 void readRowsInto(LXTiffRecT* rec, LXGWorld* band, std::size_t n, unsigned char clear,
                   std::uint32_t rows, Convert convert) {
-  const std::span<unsigned char> bytes = bandBytes(band);
-  const std::size_t stride = bandRowBytes(band);
-  std::size_t covered = 0;
+  BandFill fill(band, n, clear);
   for (std::uint32_t r = 0; r < rows; ++r) {
-    readRawRow(rec);
-    const std::size_t start = std::size_t{r} * stride;
-    if (start < bytes.size()) {
-      const std::size_t end = std::min(start + stride, bytes.size());
-      const std::size_t written = std::min(n, end - start);
-      convert(rec->rowBuffer, written, bytes.data() + start);
-      std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(start + written),
-                bytes.begin() + static_cast<std::ptrdiff_t>(end), clear);
-      covered = end;
-    }
+    fill.row(r, rawRow(rec), convert);
     countRow(rec);
   }
-  std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(covered), bytes.end(), clear);
+  fill.finish();
 }
 
 }  // namespace
 
-// Reads the stream in chunks and steps back over what the row did not take, so the stream
-// is left where a byte-by-byte read would leave it, without a library call per byte.
+// Decodes straight from the window; the position ends just past the last byte the row took.
 void unpackbits(LXTiffRecT* rec, std::span<unsigned char> dest) {
   if (rec == nullptr || !rec->stream) return;
-  std::FILE* const stream = rec->stream.get();
   std::size_t stored = 0;
   std::int16_t& state = rec->packBitsState;
-  unsigned char chunk[4096];
   while (stored < dest.size()) {
-    const std::size_t got = std::fread(chunk, 1, sizeof chunk, stream);
+    const std::span<const unsigned char> chunk =
+        rec->window->bytesAt(rec->stream.get(), rec->position, 1);
+    const std::size_t got = chunk.size();
+    if (got == 0) return;  // end of file
     std::size_t used = 0;
     while (used < got && stored < dest.size()) {
       const unsigned char c = chunk[used++];
@@ -123,7 +169,8 @@ void unpackbits(LXTiffRecT* rec, std::span<unsigned char> dest) {
         // The literal bytes at hand, as many as the state and the row allow.
         const std::size_t n =
             std::min({static_cast<std::size_t>(-state), got - used + 1, dest.size() - stored});
-        std::copy_n(chunk + used - 1, n, dest.begin() + static_cast<std::ptrdiff_t>(stored));
+        std::copy_n(chunk.begin() + static_cast<std::ptrdiff_t>(used - 1), n,
+                    dest.begin() + static_cast<std::ptrdiff_t>(stored));
         stored += n;
         used += n - 1;
         state = static_cast<std::int16_t>(state + static_cast<std::int16_t>(n));
@@ -136,11 +183,7 @@ void unpackbits(LXTiffRecT* rec, std::span<unsigned char> dest) {
         state = 0;
       }
     }
-    if (used < got) {
-      std::fseek(stream, -static_cast<long>(got - used), SEEK_CUR);
-      return;
-    }
-    if (got < sizeof chunk) return;  // end of file
+    rec->position += used;
   }
 }
 
@@ -190,15 +233,15 @@ std::int32_t LXTiff_ReadNextRasterBlock(LXTiffRecT* rec, LXGWorld* band,
     const std::size_t width = rec->width;
     const unsigned char flip = invert ? 0xFF : 0x00;
     const auto used = static_cast<std::size_t>(std::min<std::uint64_t>(n, rec->rowBuffer.size()));
-    readRowsInto(rec, band, used, rgbSense ? 0xFF : 0x00, rows,
-                 [width, flip](const std::vector<unsigned char>& raw, std::size_t count,
-                               unsigned char* out) {
-                   const std::size_t inWidth = std::min(count, width);
-                   for (std::size_t i = 0; i < inWidth; ++i) {
-                     out[i] = static_cast<unsigned char>(raw[i] ^ flip);
-                   }
-                   std::fill(out + inWidth, out + count, 0);
-                 });
+    readRowsInto(
+        rec, band, used, rgbSense ? 0xFF : 0x00, rows,
+        [width, flip](std::span<const unsigned char> raw, std::size_t count, unsigned char* out) {
+          const std::size_t inWidth = std::min(count, width);
+          for (std::size_t i = 0; i < inWidth; ++i) {
+            out[i] = static_cast<unsigned char>(raw[i] ^ flip);
+          }
+          std::fill(out + inWidth, out + count, 0);
+        });
     rec->currentRow += rows;
     return static_cast<std::int32_t>(rows);
   }
@@ -409,51 +452,101 @@ void convertChannelRow(const LXTiffRecT* rec, const ChannelRow& c,
   }
 }
 
+// One call's rows of one channel into its band, taken a row at a time so that the channels
+// of one file can go in step and find each row in their shared window.
+class ChannelBlock {
+ public:
+  ChannelBlock(LXTiffRecT* rec, LXGWorld* band, const unsigned char* table, int channel) {
+    if (band == nullptr) return;
+    const bool rgbSense = table == kRGBSenseTable;
+    if (rec == nullptr || !rec->stream || channel < 0 || channel > 3) {
+      clearBand(band, rgbSense);
+      return;
+    }
+    const auto k = static_cast<std::size_t>(channel);
+    bits_ = rec->bitsPerSample[k];
+    Conversion conversion;
+    std::uint64_t factor;
+    if (!chooseChannelConversion(bits_, bandPixelSize(band), &conversion, &factor) ||
+        (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4))) {
+      clearBand(band, rgbSense);
+      return;
+    }
+    const std::uint64_t n =
+        std::min(std::uint64_t{rec->sampleRowBytes[k]}, bandRowBytes(band) * factor);
+    const bool ink = holdsInk(rec);
+    const bool invert = !rgbSense && !ink;
+    rec_ = rec;
+    band_ = band;
+    rows_ = rowsThisCall(rec, bandHeight(band));
+    plan_ = {conversion, k, n, table, ink, invert, rgbSense};
+    if (conversion == Conversion::kCopy8) {
+      fill_ = BandFill(band, static_cast<std::size_t>(n), rgbSense ? 0xFF : 0x00);
+      flip_ = invert ? 0xFF : 0x00;
+    } else {
+      clearBand(band, rgbSense);
+    }
+  }
+
+  std::uint32_t rows() const { return rows_; }
+
+  void readRow(std::uint32_t r) {
+    if (plan_.conversion == Conversion::kCopy8) {
+      fill_.row(r, rawRow(rec_),
+                [k = plan_.k, flip = flip_](std::span<const unsigned char> raw, std::size_t count,
+                                            unsigned char* out) {
+                  gatherChannel8(raw, k, count, flip, out);
+                });
+    } else {
+      readRawRow(rec_);
+      gatherChannel(rec_, plan_.k, bits_, plan_.n, gathered_);
+      convertChannelRow(rec_, plan_, gathered_, out_);
+      lximage::putRow(band_, r, out_);
+    }
+    countRow(rec_);
+  }
+
+  std::int32_t finish() {
+    if (rec_ == nullptr) return 0;
+    if (plan_.conversion == Conversion::kCopy8) fill_.finish();
+    rec_->currentRow += rows_;
+    return static_cast<std::int32_t>(rows_);
+  }
+
+ private:
+  LXTiffRecT* rec_ = nullptr;
+  LXGWorld* band_ = nullptr;
+  std::uint32_t rows_ = 0;
+  unsigned bits_ = 0;
+  ChannelRow plan_{};
+  BandFill fill_;
+  unsigned char flip_ = 0;
+  std::vector<unsigned char> gathered_;
+  std::vector<unsigned char> out_;
+};
+
 }  // namespace
 
 std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
                                             const unsigned char* table, int channel) {
-  if (band == nullptr) return 0;
-  const bool rgbSense = table == kRGBSenseTable;
-  if (rec == nullptr || !rec->stream || channel < 0 || channel > 3) {
-    clearBand(band, rgbSense);
-    return 0;
-  }
+  const LXTiffChannelRead read{rec, band, table, channel};
+  return LXTiff_ReadNextRasterBlocksCMYK({&read, 1});
+}
 
-  const auto k = static_cast<std::size_t>(channel);
-  const unsigned bits = rec->bitsPerSample[k];
-  Conversion conversion;
-  std::uint64_t factor;
-  if (!chooseChannelConversion(bits, bandPixelSize(band), &conversion, &factor) ||
-      (rgbSense && (conversion == Conversion::kLevels2 || conversion == Conversion::kLevels4))) {
-    clearBand(band, rgbSense);
-    return 0;
+std::int32_t LXTiff_ReadNextRasterBlocksCMYK(std::span<const LXTiffChannelRead> reads) {
+  std::vector<ChannelBlock> blocks;
+  blocks.reserve(reads.size());
+  std::uint32_t rows = 0;
+  for (const LXTiffChannelRead& read : reads) {
+    rows =
+        std::max(rows, blocks.emplace_back(read.rec, read.band, read.table, read.channel).rows());
   }
-  const std::uint64_t n =
-      std::min(std::uint64_t{rec->sampleRowBytes[k]}, bandRowBytes(band) * factor);
-
-  const bool ink = holdsInk(rec);
-  const bool invert = !rgbSense && !ink;
-  const std::uint32_t rows = rowsThisCall(rec, bandHeight(band));
-  if (conversion == Conversion::kCopy8) {
-    const unsigned char flip = invert ? 0xFF : 0x00;
-    readRowsInto(rec, band, static_cast<std::size_t>(n), rgbSense ? 0xFF : 0x00, rows,
-                 [k, flip](const std::vector<unsigned char>& raw, std::size_t count,
-                           unsigned char* out) { gatherChannel8(raw, k, count, flip, out); });
-    rec->currentRow += rows;
-    return static_cast<std::int32_t>(rows);
-  }
-  clearBand(band, rgbSense);
-  const ChannelRow plan{conversion, k, n, table, ink, invert, rgbSense};
-  std::vector<unsigned char> gathered;
-  std::vector<unsigned char> out;
   for (std::uint32_t r = 0; r < rows; ++r) {
-    readRawRow(rec);
-    gatherChannel(rec, k, bits, n, gathered);
-    convertChannelRow(rec, plan, gathered, out);
-    lximage::putRow(band, r, out);
-    countRow(rec);
+    for (ChannelBlock& block : blocks) {
+      if (r < block.rows()) block.readRow(r);
+    }
   }
-  rec->currentRow += rows;
-  return static_cast<std::int32_t>(rows);
+  std::int32_t most = 0;
+  for (ChannelBlock& block : blocks) most = std::max(most, block.finish());
+  return most;
 }

@@ -5,6 +5,13 @@
 #include <bit>
 #include <cstring>
 
+// SSE2 compares 16 bytes at once; elsewhere, or built with -DZELPGEN_NO_SIMD, eight bytes
+// go through a 64-bit word.
+#if defined(__SSE2__) && !defined(ZELPGEN_NO_SIMD)
+#define ZELPGEN_ROW_SSE2 1
+#include <emmintrin.h>
+#endif
+
 #include "kelm/kelm.h"
 
 namespace {
@@ -18,6 +25,8 @@ std::uint64_t load8(const unsigned char* p) {
 }
 
 constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+
+#if !defined(ZELPGEN_ROW_SSE2)
 constexpr std::uint64_t kLowBits = 0x7F7F7F7F7F7F7F7FULL;
 constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;
 constexpr std::uint64_t kGather = 0x0102040810204080ULL;
@@ -26,18 +35,29 @@ constexpr std::uint64_t kGather = 0x0102040810204080ULL;
 std::uint64_t zeroBytes(std::uint64_t v) {
   return ~(((v & kLowBits) + kLowBits) | v) & kHighBits;
 }
+#endif
+
+// Bit i set when p[i] == q[i], for i < 64.
+std::uint64_t equalBits(const unsigned char* p, const unsigned char* q) {
+  std::uint64_t bits = 0;
+#if defined(ZELPGEN_ROW_SSE2)
+  for (int k = 0; k < 64; k += 16) {
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + k));
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q + k));
+    bits |= std::uint64_t{static_cast<std::uint16_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(a, b)))} << k;
+  }
+#else
+  for (int k = 0; k < 64; k += 8) {
+    // One bit per byte, gathered into the low byte in memory order.
+    bits |= (((zeroBytes(load8(p + k) ^ load8(q + k)) >> 7) * kGather) >> 56) << k;
+  }
+#endif
+  return bits;
+}
 
 // Bit i set when three equal bytes start at p + i, for i < 64; reads p[0] .. p[65].
 std::uint64_t tripleBits(const unsigned char* p) {
-  std::uint64_t bits = 0;
-  for (int k = 0; k < 64; k += 8) {
-    const std::uint64_t a = load8(p + k);
-    const std::uint64_t b = load8(p + k + 1);
-    const std::uint64_t c = load8(p + k + 2);
-    // One bit per byte, gathered into the low byte in memory order.
-    bits |= (((zeroBytes((a ^ b) | (b ^ c)) >> 7) * kGather) >> 56) << k;
-  }
-  return bits;
+  return equalBits(p, p + 1) & equalBits(p + 1, p + 2);
 }
 
 std::uint64_t tripleBitsNearEnd(const unsigned char* p, const unsigned char* end) {
@@ -86,20 +106,12 @@ unsigned char* copyBytes(unsigned char* out, const unsigned char* outLimit,
   return out + n;
 }
 
-// The top bit of every byte of `v` that is not zero, and no other bit.
-std::uint64_t nonZeroBytes(std::uint64_t v) {
-  return (((v & kLowBits) + kLowBits) | v) & kHighBits;
-}
-
 // Bit i set when the row differs from its seed at byte i, for the up to 64 bytes from `at`.
 std::uint64_t differenceBits(const unsigned char* seed, const unsigned char* row, std::int32_t at,
                              std::int32_t n) {
   std::uint64_t bits = 0;
   if (n - at >= 64) {
-    for (int k = 0; k < 64; k += 8) {
-      const std::uint64_t x = load8(seed + at + k) ^ load8(row + at + k);
-      bits |= (((nonZeroBytes(x) >> 7) * kGather) >> 56) << k;
-    }
+    bits = ~equalBits(seed + at, row + at);
   } else {
     for (std::int32_t i = 0; at + i < n; ++i) {
       if (seed[at + i] != row[at + i]) bits |= std::uint64_t{1} << i;

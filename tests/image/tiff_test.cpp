@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <filesystem>
 #include <string>
 
 #include "support/image_support.h"
@@ -308,5 +310,61 @@ TEST(TiffBands, EightBitReadsLeaveNoStaleBandBytes) {
     expect(4, 1);
     EXPECT_EQ(read(), 0);
     expect(0, 0);
+  }
+}
+
+// Four ink readers of one file, alone or sharing its reads row by row, see the file's rows:
+// strip 0 crosses the window's refill size; strip 1 starts 9008 bytes before the file's end,
+// so its third row reads 1000 bytes and keeps the rest of the row before it. A file cut short
+// after the first band still gives the rows counted.
+TEST(TiffSharedReads, InkReadersAloneOrInStep) {
+  constexpr std::size_t kRow = 4004;
+  const auto extraAt = static_cast<std::uint32_t>(8 + kRow * 75);
+  Bytes file = grayFile({.width = 1001,
+                         .height = 75,
+                         .set = {{kBits, kShort, 4, extraAt},
+                                 {kPhotometric, kShort, 1, 5},
+                                 {kStrips, kLong, 2, extraAt + 8},
+                                 {kRowsPerStrip, kShort, 1, 70}},
+                         .extra = {8, 0, 8, 0, 8, 0, 8, 0, 8, 0, 0, 0, 0, 0, 0, 0},
+                         .pixels = imagetest::patternBytes(kRow * 75, 3)});
+  const std::size_t strip1 = file.size() - 2 * kRow - 1000;
+  for (int i = 0; i < 4; ++i) file[extraAt + 12 + i] = static_cast<std::uint8_t>(strip1 >> 8 * i);
+  Bytes row(kRow), want;  // each row's four channels one after another
+  for (std::size_t r = 0, at = 8; r < 75; ++r, at = r == 70 ? strip1 : at + kRow) {
+    const auto from = [&](std::size_t i) { return file.begin() + std::min(i, file.size()); };
+    std::copy(from(at), from(at + kRow), row.begin());
+    for (std::size_t i = 0; i < kRow; ++i) want.push_back(row[i % 1001 * 4 + i / 1001]);
+  }
+  for (const int pass : {0, 1, 2}) {
+    testsupport::TempDir dir;
+    testsupport::writeFile(dir / "c.tif", file);
+    std::array<std::unique_ptr<LXTiffRecT>, 4> readers;
+    std::array<std::unique_ptr<LXGWorld>, 4> bands;
+    std::array<LXTiffChannelRead, 4> reads;
+    for (int k = 0; k < 4; ++k) {
+      readers[k] = LXTiff_New((dir / "c.tif").c_str());
+      if (pass > 0) LXTiff_ShareReads(readers[0].get(), readers[k].get());
+      bands[k] = imagetest::makeBand(8, 1001, 32);
+      reads[k] = {readers[k].get(), bands[k].get(), nullptr, k};
+    }
+    Bytes got;
+    std::vector<std::int32_t> counts;
+    for (std::int32_t rows = 32; rows == 32; counts.push_back(rows)) {
+      for (int k = 0; k < (pass > 0 ? 1 : 4); ++k) {
+        rows = pass > 0
+                   ? LXTiff_ReadNextRasterBlocksCMYK(reads)
+                   : LXTiff_ReadNextRasterBlockCMYK(readers[k].get(), bands[k].get(), nullptr, k);
+      }
+      for (std::int32_t r = 0; r < rows * 4; ++r) {
+        const unsigned char* at = bands[r % 4]->baseAddr + r / 4 * bands[0]->rowBytes;
+        got.insert(got.end(), at, at + 1001);
+      }
+      if (pass == 2) std::filesystem::resize_file(dir / "c.tif", 100000);
+    }
+    EXPECT_EQ(counts, (std::vector<std::int32_t>{32, 32, 11})) << "pass " << pass;
+    if (pass < 2) {
+      EXPECT_EQ(got, want) << "pass " << pass;
+    }
   }
 }
