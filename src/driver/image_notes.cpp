@@ -114,7 +114,9 @@ constexpr int kFileOrder[kImageFileCount] = {
 }  // namespace
 
 void noteImages(const parameter* p, const std::string& configPath, JobReport* report) {
+  int index = 0;
   for (const imageParameter* e = p->imageParameterList.get(); e != nullptr; e = e->next.get()) {
+    ++index;
     ImageSummary image;
     image.mode = e->mode;
     image.colorSpace = e->colorSpace;
@@ -152,6 +154,14 @@ void noteImages(const parameter* p, const std::string& configPath, JobReport* re
       }
       LXBMP_Delete(std::move(rec));
       image.files.push_back(std::move(summary));
+    }
+    // Without a mode the rows are sent as they are, yet the compression is still announced.
+    if (e->mode == -1 && e->compressionMode != kelm::compression::kNone) {
+      diag::setPlace(configPath, 0, "Image", "CompressionMode", std::to_string(e->compressionMode));
+      diag::warn("image " + std::to_string(index) + " (ColorSpace " +
+                 std::to_string(e->colorSpace) + ", NumOfPlanes " + std::to_string(e->numOfPlanes) +
+                 ") matches no image mode: its rows go out uncompressed under CompressionMode " +
+                 std::to_string(e->compressionMode) + ", which the printer reads as compressed");
     }
     report->images.push_back(std::move(image));
   }
