@@ -41,16 +41,6 @@ std::string captureCodes(const std::function<void()>& body) {
   return codes;
 }
 
-std::string esc(std::string_view text) {
-  std::string out;
-  for (std::size_t at = 0; at < text.size();) {
-    const bool escape = text.substr(at, 3) == "ESC";
-    out += escape ? '\x1b' : text[at];
-    at += escape ? 3 : 1;
-  }
-  return out;
-}
-
 void resetEncoder() {
   KELM_New();
   KELM_SetPrinterResolution(600, 300);

@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "inspect/raster.h"
@@ -14,9 +13,6 @@ std::string captureRaster(const std::function<void()>& body);
 // The raster commands `body` writes, as codes ("ESC*b2W") joined by blanks.
 std::string captureCodes(const std::function<void()>& body);
 std::vector<inspect::RasterCommand> parse(const std::string& raster);
-
-// `text` with every "ESC" replaced by the escape byte.
-std::string esc(std::string_view text);
 
 // Encoder state as a job starts, the settings KELM_New leaves alone included.
 void resetEncoder();
