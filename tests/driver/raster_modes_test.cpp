@@ -57,7 +57,7 @@ struct ModeCase {
   bool pixel = false;         // planes interleaved into one row
   std::uint8_t blank = 0;
   Bytes configuration;
-  std::string prelude;
+  std::string prelude;  // commands from the page's start to the first row
   std::set<int> compressions;
   bool withoutMode = false;
 };
@@ -145,6 +145,7 @@ std::vector<inspect::RasterCommand> runJob(const testsupport::TempDir& dir, cons
   const std::string resolutions = "GraphicResolutionH=300\nGraphicResolutionV=300\n";
   return rasterjob::printJob(dir, "", "", "[Image]\n" + c.keys + resolutions);
 }
+
 // Row r of a plane's band, ceil(depth × width / 8) bytes.
 Bytes expectedRow(const Source& s, const File& f, const Plane& p, int r) {
   std::vector<int> v;
