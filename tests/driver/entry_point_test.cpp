@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "config/job_files.h"
 #include "support/support.h"
 #include "zelpgen/zelpgen.h"
 
@@ -12,16 +13,10 @@ namespace {
 using testsupport::TempDir;
 namespace fs = std::filesystem;
 
-// A job without OutFilePath whose image lies beside the configuration.
-const std::string kJob =
-    "[KELM]\nPrinterResolutionH=600\nPrinterResolutionV=600\nPaperOrient=\"SHORTEDGE\"\n"
-    "MarginTop=0\nMarginBottom=0\nMarginLeft=0\nMarginRight=0\n"
-    "[Image]\nImageFileK=\"k.bmp\"\nColorSpace=4\nCompressionMode=2\nNumOfPlanes=1\n"
-    "PixelDepthK=8\nGraphicResolutionH=300\nGraphicResolutionV=300\n";
-
 void writeJob(const fs::path& cfg) {
   fs::create_directories(cfg.parent_path());
-  testsupport::writeFile(cfg, kJob);
+  // No OutFilePath: the print file is named after the configuration.
+  testsupport::writeFile(cfg, jobfiles::kKELM + jobfiles::kImage);
   testsupport::writeFile(cfg.parent_path() / "k.bmp", std::string("x"));
 }
 

@@ -1,10 +1,14 @@
 // Whole jobs, one image each, for every mode family: the rows the print file carries, rebuilt
-// by the raster decoder, are the image's pixels as the readers convert them.
+// by the raster decoder, are the image's pixels as the readers convert them. The jobs are listed
+// in raster_modes.cases.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <set>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "raster_job.h"
@@ -26,9 +30,12 @@ using rasterjob::Source;
 constexpr int kWidth = 45, kHeight = 310;
 
 enum class Kind { kBmp, kBmpRGB, kTiffGray, kTiffCMYK, kTiffRGB, kTiffOneBit };
+// Their names in the cases file.
+constexpr std::string_view kKinds[] = {"bmp",       "bmp-rgb",  "tiff-gray",
+                                       "tiff-cmyk", "tiff-rgb", "tiff-1bit"};
 
 struct File {
-  const char* name;
+  std::string name;
   Kind kind;
   std::uint32_t seed;
   bool packBits = false;
@@ -38,23 +45,67 @@ struct File {
 // reader inverts light into ink, and the levels of a 2- or 4-bit reduction.
 struct Plane {
   int file, channel, depth;  // file -1: a band that is never read
-  bool invert;
+  bool invert = false;
   int levels = 0;
 };
 
 struct ModeCase {
-  const char* name;
+  std::string name;
   std::vector<File> files;
   std::string keys;
   std::vector<Plane> planes;  // in the order they are sent
-  bool pixel;                 // planes interleaved into one row
-  std::uint8_t blank;
+  bool pixel = false;         // planes interleaved into one row
+  std::uint8_t blank = 0;
   Bytes configuration;
   std::string prelude;  // commands from the page's start to the first row
   std::set<int> compressions;
-  // No mode matches the image: its rows go out uncompressed under the announced compression.
   bool withoutMode = false;
 };
+
+std::vector<ModeCase> readCases() {
+  std::vector<ModeCase> cases;
+  std::ifstream in(ZELPGEN_RASTER_MODES_CASES);
+  for (std::string line; std::getline(in, line);) {
+    std::istringstream head(line);
+    std::string field, rest, word;
+    std::getline(head >> field >> std::ws, rest);
+    std::istringstream words(rest);
+    if (field.empty() || field[0] == '#') continue;
+    if (field == "case" || cases.empty()) cases.emplace_back();
+    ModeCase& c = cases.back();
+    if (field == "case") {
+      c.name = rest;
+    } else if (field == "file") {
+      File& f = c.files.emplace_back();
+      words >> f.name >> word >> f.seed;
+      f.kind = static_cast<Kind>(std::find(std::begin(kKinds), std::end(kKinds), word) - kKinds);
+      f.packBits = words >> word && word == "packbits";
+    } else if (field == "key") {
+      c.keys += rest + "\n";
+    } else if (field == "plane") {
+      Plane& p = c.planes.emplace_back();
+      words >> word >> p.channel >> p.depth;
+      p.file = word == "-" ? -1 : std::stoi(word);
+      while (words >> word) {
+        if (word == "invert") p.invert = true;
+        if (word.starts_with("levels=")) p.levels = std::stoi(word.substr(7));
+      }
+    } else if (field == "pixel" || field == "without-mode") {
+      (field == "pixel" ? c.pixel : c.withoutMode) = true;
+    } else if (field == "blank") {
+      c.blank = static_cast<std::uint8_t>(std::stoi(rest, nullptr, 16));
+    } else if (field == "configuration") {
+      while (words >> word) c.configuration.push_back(std::stoi(word, nullptr, 16));
+    } else if (field == "prelude") {
+      c.prelude = rest;
+    } else if (field == "compressions") {
+      for (int n; words >> n;) c.compressions.insert(n);
+    } else {
+      ADD_FAILURE() << "unknown field: " << line;
+    }
+  }
+  return cases;
+}
 
 Source sourceOf(const File& f) {
   const int channels = f.kind == Kind::kTiffCMYK                             ? 4
@@ -64,27 +115,35 @@ Source sourceOf(const File& f) {
   return rasterjob::makeSource(kWidth, kHeight, channels, ink ? 0 : 255, f.seed);
 }
 
-void writeFile(const testsupport::TempDir& dir, const File& f, const Source& s) {
-  const std::string path = (dir / f.name).string();
-  switch (f.kind) {
-    case Kind::kBmp:
-    case Kind::kBmpRGB:
-      rasterjob::writeBmp(path, s);
-      break;
-    case Kind::kTiffGray:
-    case Kind::kTiffRGB:
-      rasterjob::writeTiff(path, s,
-                           {.photometric = std::uint16_t(f.kind == Kind::kTiffRGB ? 2 : 1),
-                            .packBits = f.packBits,
-                            .bigEndian = true});
-      break;
-    case Kind::kTiffCMYK:
-      rasterjob::writeTiff(path, s, {.photometric = 5, .packBits = f.packBits});
-      break;
-    case Kind::kTiffOneBit:
-      rasterjob::writeTiff(path, s, {.photometric = 0, .oneBit = true, .rowsPerStrip = 100});
-      break;
+// Writes the case's image files into `dir`, runs its job there and returns the raster commands;
+// `sources` gets the images as written.
+std::vector<inspect::RasterCommand> runJob(const testsupport::TempDir& dir, const ModeCase& c,
+                                           std::vector<Source>* sources) {
+  for (const File& f : c.files) {
+    const Source& s = sources->emplace_back(sourceOf(f));
+    const std::string path = (dir / f.name).string();
+    switch (f.kind) {
+      case Kind::kBmp:
+      case Kind::kBmpRGB:
+        rasterjob::writeBmp(path, s);
+        break;
+      case Kind::kTiffGray:
+      case Kind::kTiffRGB:
+        rasterjob::writeTiff(path, s,
+                             {.photometric = std::uint16_t(f.kind == Kind::kTiffRGB ? 2 : 1),
+                              .packBits = f.packBits,
+                              .bigEndian = true});
+        break;
+      case Kind::kTiffCMYK:
+        rasterjob::writeTiff(path, s, {.photometric = 5, .packBits = f.packBits});
+        break;
+      case Kind::kTiffOneBit:
+        rasterjob::writeTiff(path, s, {.photometric = 0, .oneBit = true, .rowsPerStrip = 100});
+        break;
+    }
   }
+  const std::string resolutions = "GraphicResolutionH=300\nGraphicResolutionV=300\n";
+  return rasterjob::printJob(dir, "", "", "[Image]\n" + c.keys + resolutions);
 }
 
 // Row r of a plane's band, ceil(depth × width / 8) bytes.
@@ -127,189 +186,21 @@ Bytes expectedRow(const Source& s, const File& f, const Plane& p, int r) {
   return out;
 }
 
-const std::string kCommon = "GraphicResolutionH=300\nGraphicResolutionV=300\n";
-
-const ModeCase kCases[] = {
-    {"KOnlyBitmapWithoutMode",
-     {{"k.bmp", Kind::kBmp, 1}},
-     "ImageFileK=\"k.bmp\"\nColorSpace=4\nCompressionMode=2\nNumOfPlanes=1\nPixelDepthK=8\n",
-     {{0, 0, 8, true}},
-     false,
-     0,
-     {4, 1, 0, 0, 0, 0, 8, 0, 0, 0},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b2M",
-     {0},
-     true},
-    {"KOnlyPackBitsTiff",
-     {{"k.tif", Kind::kTiffGray, 2, true}},
-     "ImageFileK=\"k.tif\"\nColorSpace=5\nCompressionMode=0\nNumOfPlanes=1\nPixelDepthK=8\n",
-     {{0, 0, 8, true}},
-     false,
-     0,
-     {5, 1, 0, 0, 0, 0, 8, 0, 0, 0},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b0M",
-     {0}},
-    {"CMYKPackBits",
-     {{"cmyk.tif", Kind::kTiffCMYK, 3}},
-     "ImageFileCMYK=\"cmyk.tif\"\nColorSpace=3\nCompressionMode=2\nNumOfPlanes=4\n"
-     "PixelDepthK=8\nPixelDepthC=8\nPixelDepthM=8\nPixelDepthY=8\n",
-     {{0, 3, 8, false}, {0, 0, 8, false}, {0, 1, 8, false}, {0, 2, 8, false}},
-     false,
-     0,
-     {3, 4, 0, 0, 0, 0, 8, 8, 8, 8},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b2M",
-     {2}},
-    {"CMYKWithGrayFileOpenedButNotRead",
-     {{"cmyk.tif", Kind::kTiffCMYK, 23}, {"g.bmp", Kind::kBmp, 24}},
-     "ImageFileCMYK=\"cmyk.tif\"\nImageFileGy=\"g.bmp\"\nColorSpace=5\nCompressionMode=2\n"
-     "NumOfPlanes=5\nPixelDepthK=8\nPixelDepthC=8\nPixelDepthM=8\nPixelDepthY=8\nPixelDepthGy=8\n",
-     {{0, 3, 8, false}, {0, 0, 8, false}, {0, 1, 8, false}, {0, 2, 8, false}, {-1, 0, 8, false}},
-     false,
-     0,
-     {5, 5, 0, 0, 0, 0, 8, 8, 8, 8},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b2M",
-     {2}},
-    {"CMYKSeedRowFromPackBitsTiff",
-     {{"cmyk.tif", Kind::kTiffCMYK, 4, true}},
-     "ImageFileCMYK=\"cmyk.tif\"\nColorSpace=3\nCompressionMode=3\nNumOfPlanes=4\n"
-     "PixelDepthK=8\nPixelDepthC=8\nPixelDepthM=8\nPixelDepthY=8\n",
-     {{0, 3, 8, false}, {0, 0, 8, false}, {0, 1, 8, false}, {0, 2, 8, false}},
-     false,
-     0,
-     {3, 4, 0, 0, 0, 0, 8, 8, 8, 8},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b3M",
-     {0, 3}},
-    {"SixColoursFromCMYKAndLightFiles",
-     {{"cmyk.tif", Kind::kTiffCMYK, 5},
-      {"lc.tif", Kind::kTiffCMYK, 6},
-      {"lm.tif", Kind::kTiffCMYK, 7}},
-     "ImageFileCMYK=\"cmyk.tif\"\nImageFilec=\"lc.tif\"\nImageFilem=\"lm.tif\"\nColorSpace=3\n"
-     "CompressionMode=256\nNumOfPlanes=6\nPixelDepthK=8\nPixelDepthC=8\nPixelDepthM=8\n"
-     "PixelDepthY=8\nPixelDepthc=8\nPixelDepthm=8\n",
-     {{0, 3, 8, false},
-      {0, 0, 8, false},
-      {1, 0, 8, false},
-      {0, 1, 8, false},
-      {2, 1, 8, false},
-      {0, 2, 8, false}},
-     false,
-     0,
-     {3, 6, 0, 0, 0, 0, 8, 8, 8, 8, 8, 8},
-     "ESC*v12W ESC*t300R ESC*r1A ESC*b2M",
-     {2, 3}},
-    {"SixColourBitmapsInBlocks",
-     {{"k.bmp", Kind::kBmp, 8},
-      {"c.bmp", Kind::kBmp, 9},
-      {"m.bmp", Kind::kBmp, 10},
-      {"y.bmp", Kind::kBmp, 11},
-      {"lc.bmp", Kind::kBmp, 12},
-      {"lm.bmp", Kind::kBmp, 13}},
-     "ImageFileK=\"k.bmp\"\nImageFileC=\"c.bmp\"\nImageFileM=\"m.bmp\"\nImageFileY=\"y.bmp\"\n"
-     "ImageFilec=\"lc.bmp\"\nImageFilem=\"lm.bmp\"\nColorSpace=4\nCompressionMode=128\n"
-     "NumOfPlanes=6\nPixelDepthK=8\nPixelDepthC=8\nPixelDepthM=8\nPixelDepthY=8\n"
-     "PixelDepthc=8\nPixelDepthm=8\n",
-     {{0, 0, 8, true},
-      {1, 0, 8, true},
-      {4, 0, 8, true},
-      {2, 0, 8, true},
-      {5, 0, 8, true},
-      {3, 0, 8, true}},
-     false,
-     0,
-     {4, 6, 0, 0, 0, 0, 8, 8, 8, 8, 8, 8},
-     "ESC*v12W ESC*t300R ESC*r1A ESC*b128M",
-     {128}},
-    {"RowRGBOnePlaneFromPackBitsTiff",
-     {{"k.tif", Kind::kTiffGray, 14, true}},
-     "ImageFileK=\"k.tif\"\nColorSpace=2\nCompressionMode=3\nNumOfPlanes=1\nPixelDepthK=8\n",
-     {{0, 0, 8, false}},
-     false,
-     0xFF,
-     {2, 1, 0, 0, 0, 0, 8, 0, 0, 0},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b3M",
-     {0, 3}},
-    {"RowRGBThreePlanesSeedRow",
-     {{"rgb.tif", Kind::kTiffRGB, 15}},
-     "ImageFileRGB=\"rgb.tif\"\nColorSpace=2\nCompressionMode=3\nNumOfPlanes=3\n"
-     "PixelDepthR=8\nPixelDepthG=8\nPixelDepthB=8\n",
-     {{0, 0, 8, false}, {0, 1, 8, false}, {0, 2, 8, false}},
-     false,
-     0xFF,
-     {2, 3, 0, 8, 8, 8},
-     "ESC*v6W ESC*t300R ESC*r1A ESC*b3M",
-     {0, 3}},
-    {"RowRGBTenBit",
-     {{"rgb.tif", Kind::kTiffRGB, 16}},
-     "ImageFileRGB=\"rgb.tif\"\nColorSpace=2\nCompressionMode=0\nNumOfPlanes=3\n"
-     "PixelDepthR=10\nPixelDepthG=10\nPixelDepthB=10\n",
-     {{0, 0, 10, false}, {0, 1, 10, false}, {0, 2, 10, false}},
-     false,
-     0xFF,
-     {2, 3, 0, 10, 10, 10},
-     "ESC*v6W ESC*t300R ESC*r1A ESC*b0M",
-     {0}},
-    {"PixelRGBBitmap",
-     {{"rgb.bmp", Kind::kBmpRGB, 17}},
-     "ImageFileRGB=\"rgb.bmp\"\nColorSpace=18\nCompressionMode=2\nNumOfPlanes=1\n"
-     "PixelDepthR=8\nPixelDepthG=8\nPixelDepthB=8\n",
-     {{0, 0, 8, false}, {0, 1, 8, false}, {0, 2, 8, false}},
-     true,
-     0xFF,
-     {18, 1, 0, 8, 8, 8},
-     "ESC*v6W ESC*t300R ESC*r1A ESC*b2M",
-     {2}},
-    {"PixelRGBPackBitsSeedRow",
-     {{"rgb.tif", Kind::kTiffRGB, 18}},
-     "ImageFileRGB=\"rgb.tif\"\nColorSpace=18\nCompressionMode=256\nNumOfPlanes=1\n"
-     "PixelDepthR=8\nPixelDepthG=8\nPixelDepthB=8\n",
-     {{0, 0, 8, false}, {0, 1, 8, false}, {0, 2, 8, false}},
-     true,
-     0xFF,
-     {18, 1, 0, 8, 8, 8},
-     "ESC*v6W ESC*t300R ESC*r1A ESC*b2M",
-     {2, 3}},
-    {"OneBitUncompressed",
-     {{"k.tif", Kind::kTiffOneBit, 19}},
-     "ImageFileK=\"k.tif\"\nColorSpace=5\nCompressionMode=0\nNumOfPlanes=1\nPixelDepthK=1\n",
-     {{0, 0, 1, false}},
-     false,
-     0,
-     {5, 1, 0, 0, 0, 0, 1, 0, 0, 0},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b0M",
-     {0}},
-    {"TwoBitReducedBitmaps",
-     {{"k.bmp", Kind::kBmp, 20}},
-     "ImageFileK=\"k.bmp\"\nImageFileC=\"k.bmp\"\nImageFileM=\"k.bmp\"\nImageFileY=\"k."
-     "bmp\"\nColorSpace=4\nCompressionMode=2\nNumOfPlanes=4\nPixelDepthK=2\nPixelDepthC=2\n"
-     "PixelDepthM=2\nPixelDepthY=2\nIndexLevelK=4\nIndexLevelC=3\nIndexLevelY=3\n",
-     {{0, 0, 2, true, 4}, {0, 0, 2, true, 3}, {0, 0, 2, true}, {0, 0, 2, true, 3}},
-     false,
-     0,
-     {4, 4, 0, 0, 0, 0, 2, 2, 2, 2},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b2M",
-     {2}},
-    {"FourBitCMYKWithThreeCyanLevelsInBlocks",
-     {{"cmyk.tif", Kind::kTiffCMYK, 21}},
-     "ImageFileCMYK=\"cmyk.tif\"\nColorSpace=4\nCompressionMode=128\nNumOfPlanes=4\n"
-     "PixelDepthK=4\nPixelDepthC=4\nPixelDepthM=4\nPixelDepthY=4\nIndexLevelC=3\n",
-     {{0, 3, 4, false}, {0, 0, 4, false, 3}, {0, 1, 4, false}, {0, 2, 4, false}},
-     false,
-     0,
-     {4, 4, 0, 0, 0, 0, 4, 4, 4, 4},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b128M",
-     {128}},
-    {"TenBitBitmapsSeedRow",
-     {{"k.bmp", Kind::kBmp, 22}},
-     "ImageFileK=\"k.bmp\"\nImageFileC=\"k.bmp\"\nImageFileM=\"k.bmp\"\nImageFileY=\"k."
-     "bmp\"\nColorSpace=3\nCompressionMode=3\nNumOfPlanes=4\nPixelDepthK=10\nPixelDepthC=10\n"
-     "PixelDepthM=10\nPixelDepthY=10\n",
-     {{0, 0, 10, true}, {0, 0, 10, true}, {0, 0, 10, true}, {0, 0, 10, true}},
-     false,
-     0,
-     {3, 4, 0, 0, 0, 0, 10, 10, 10, 10},
-     "ESC*v10W ESC*t300R ESC*r1A ESC*b3M",
-     {0, 3}},
-};
+// Image row r as sent: a row per plane, or the planes interleaved byte by byte over the band's
+// row stride, whose padding is white.
+std::vector<Bytes> expectedRows(const ModeCase& c, const std::vector<Source>& sources, int r) {
+  std::vector<Bytes> rows;
+  for (const Plane& p : c.planes) {
+    rows.push_back(p.file < 0 ? Bytes{} : expectedRow(sources[p.file], c.files[p.file], p, r));
+  }
+  if (!c.pixel) return rows;
+  const std::size_t stride = (rows[0].size() + 3) / 4 * 4;
+  Bytes interleaved;
+  for (std::size_t i = 0; i < stride; ++i) {
+    for (const Bytes& row : rows) interleaved.push_back(i < row.size() ? row[i] : c.blank);
+  }
+  return {interleaved};
+}
 
 void PrintTo(const ModeCase& c, std::ostream* os) {
   *os << c.name;
@@ -321,12 +212,7 @@ TEST_P(RasterModes, RowsAreTheConvertedPixels) {
   const ModeCase& c = GetParam();
   testsupport::TempDir dir;
   std::vector<Source> sources;
-  for (const File& f : c.files) {
-    sources.push_back(sourceOf(f));
-    writeFile(dir, f, sources.back());
-  }
-  const std::vector<inspect::RasterCommand> commands =
-      rasterjob::printJob(dir, "", "", "[Image]\n" + c.keys + kCommon);
+  const std::vector<inspect::RasterCommand> commands = runJob(dir, c, &sources);
   std::vector<inspect::RasterCommand> asSent = commands;
   for (auto& command : asSent) {
     if (c.withoutMode && command.is("*b", 'M')) command.number = 0;
@@ -356,24 +242,11 @@ TEST_P(RasterModes, RowsAreTheConvertedPixels) {
     EXPECT_EQ(image.blockWidth, kWidth);
   }
 
-  const std::size_t planesSent = c.pixel ? 1 : c.planes.size();
-  ASSERT_EQ(image.planes.size(), planesSent);
+  ASSERT_EQ(image.planes.size(), c.pixel ? 1 : c.planes.size());
   ASSERT_LE(image.rows(), static_cast<std::size_t>(kHeight));
   for (int r = 0; r < kHeight; ++r) {
-    std::vector<Bytes> rows;
-    for (const Plane& p : c.planes) {
-      rows.push_back(p.file < 0 ? Bytes{} : expectedRow(sources[p.file], c.files[p.file], p, r));
-    }
-    if (c.pixel) {
-      // Byte by byte over the band's row stride; the stride's padding is white.
-      const std::size_t stride = (rows[0].size() + 3) / 4 * 4;
-      Bytes interleaved;
-      for (std::size_t i = 0; i < stride; ++i) {
-        for (const Bytes& row : rows) interleaved.push_back(i < row.size() ? row[i] : c.blank);
-      }
-      rows = {interleaved};
-    }
-    for (std::size_t p = 0; p < planesSent; ++p) {
+    const std::vector<Bytes> rows = expectedRows(c, sources, r);
+    for (std::size_t p = 0; p < rows.size(); ++p) {
       const Bytes sent = static_cast<std::size_t>(r) < image.rows() ? image.planes[p][r] : Bytes{};
       ASSERT_EQ(testsupport::hex(rasterjob::trimmed(sent, c.blank)),
                 testsupport::hex(rasterjob::trimmed(rows[p], c.blank)))
@@ -389,8 +262,8 @@ TEST_P(RasterModes, RenderedPageIsThePlanesMixed) {
   const ModeCase& c = GetParam();
   if (c.withoutMode) return;  // the rows do not decode as the compression they announce
   testsupport::TempDir dir;
-  for (const File& f : c.files) writeFile(dir, f, sourceOf(f));
-  rasterjob::printJob(dir, "", "", "[Image]\n" + c.keys + kCommon);
+  std::vector<Source> sources;
+  runJob(dir, c, &sources);
   cli::PngPages pages((dir / "page-%d.png").string());
   std::string error;
   ASSERT_TRUE(inspect::renderJob((dir / "job.dat").string(), {}, &pages, &error)) << error;
@@ -402,23 +275,10 @@ TEST_P(RasterModes, RenderedPageIsThePlanesMixed) {
   Bytes page(PNG_IMAGE_SIZE(png));
   ASSERT_TRUE(png_image_finish_read(&png, nullptr, page.data(), 0, nullptr));
 
-  std::vector<Source> sources;
-  for (const File& f : c.files) sources.push_back(sourceOf(f));
   const inspect::ColourModel model(c.configuration);
   Bytes want(kWidth * 3);
   for (int r = 0; r < kHeight; ++r) {
-    std::vector<Bytes> rows;
-    for (const Plane& p : c.planes) {
-      rows.push_back(p.file < 0 ? Bytes{} : expectedRow(sources[p.file], c.files[p.file], p, r));
-    }
-    if (c.pixel) {
-      Bytes interleaved;
-      for (std::size_t i = 0; i < rows[0].size(); ++i) {
-        for (const Bytes& row : rows) interleaved.push_back(row[i]);
-      }
-      rows = {interleaved};
-    }
-    model.rgb(rows, kWidth, want.data());
+    model.rgb(expectedRows(c, sources, r), kWidth, want.data());
     for (std::uint32_t y = 2 * r; y < 2u * r + 2; ++y) {
       for (std::uint32_t x = 0; x < 2 * kWidth; ++x) {
         const bool inside = x < png.width && y < png.height;
@@ -432,40 +292,7 @@ TEST_P(RasterModes, RenderedPageIsThePlanesMixed) {
 }
 #endif
 
-INSTANTIATE_TEST_SUITE_P(Jobs, RasterModes, testing::ValuesIn(kCases),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-// Damaged files print what they hold and no more: a header claiming two billion rows stays a
-// small print file.
-TEST(DamagedImages, PrintWhatTheFileHolds) {
-  using imagetest::grayFile;
-  const Bytes noTypeStrips = imagetest::directoryBytes(false, {{273, 0xFFFF, 1, 12}}, 0);
-  const struct {
-    const char* name;
-    Bytes file;
-    std::string error;
-    std::size_t rows;
-  } cases[] = {
-      {"k.tif", grayFile({.height = 0x7FFFFFFF}), "", 22},
-      {"k.bmp", imagetest::bmpFile(4, 0x7FFFFFFF, 8, {{1, 2, 3, 4}}), "", 14},
-      {"k.tif", grayFile({.extra = noTypeStrips, .next = imagetest::kExtraAt}), "", 4},
-      {"k.tif", grayFile({.width = 0x80000000, .drop = {273}}), "ERROR! LXewGWorld failed.(12)\n",
-       0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    testsupport::TempDir dir;
-    testsupport::writeFile(dir / c.name, c.file);
-    testing::internal::CaptureStderr();
-    const auto commands = rasterjob::printJob(
-        dir, "", "",
-        "[Image]\nImageFileK=\"" + std::string(c.name) +
-            "\"\nColorSpace=5\nCompressionMode=0\nNumOfPlanes=1\nPixelDepthK=8\n" + kCommon);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.error);
-    const auto images = rasterjob::rebuild(commands);
-    EXPECT_EQ(images.empty() ? 0 : images[0].rows(), c.rows);
-    EXPECT_LT(std::filesystem::file_size(dir / "job.dat"), 1u << 20);
-  }
-}
+INSTANTIATE_TEST_SUITE_P(Jobs, RasterModes, testing::ValuesIn(readCases()),
+                         [](const auto& info) { return info.param.name; });
 
 }  // namespace

@@ -2,33 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <iterator>
 #include <string>
 #include <vector>
+
+#include "support/support.h"
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-// One packet; `length` overrides the announced parameter length.
-Bytes packet(std::uint16_t op, Bytes parameters = {}, std::uint8_t flags = 0, int length = -1) {
-  const auto n = static_cast<std::uint16_t>(length < 0 ? parameters.size() : length);
-  Bytes p(20 + parameters.size(), 0);
-  const std::uint8_t head[] = {0xCD,
-                               0xCA,
-                               0x10,
-                               flags,
-                               std::uint8_t(op >> 8),
-                               std::uint8_t(op),
-                               0,
-                               1,
-                               std::uint8_t(n >> 8),
-                               std::uint8_t(n)};
-  std::copy(std::begin(head), std::end(head), p.begin());
-  std::copy(parameters.begin(), parameters.end(), p.begin() + 20);
-  return p;
-}
+using testsupport::packet;
 
 std::vector<inspect::Packet> decode(const std::vector<Bytes>& parts) {
   Bytes file;

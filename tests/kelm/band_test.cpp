@@ -8,7 +8,6 @@
 #include "harness.h"
 #include "image/lxgworld.h"
 #include "kelm/kelm.h"
-#include "support/support.h"
 
 namespace {
 
@@ -283,18 +282,8 @@ TEST(SendBand, PixelRowsInterleaveOverTheFirstStride) {
     for (auto& band : image.bands) std::fill(band->pixels.begin(), band->pixels.end(), 0xFF);
     for (const Poke& poke : c.pokes) image.bands[poke.plane]->baseAddr[poke.at] = poke.value;
     if (c.missing < 3) image.dropBand(c.missing);
-    std::string codes;
-    const auto raster = kelmtest::captureRaster([&] { image.send(c.mode, {c.rows}, [](int) {}); });
-    for (const auto& command : kelmtest::parse(raster)) {
-      if (command.is("*r", 'A') || command.is("*r", 'C')) continue;
-      if (!codes.empty()) codes += ' ';
-      codes += command.code();
-      if (!command.data.empty()) {
-        codes += ' ';
-        codes += testsupport::hex(command.data);
-      }
-    }
-    EXPECT_EQ(codes, c.codes) << c.name;
+    const std::string codes = captureCodes([&] { image.send(c.mode, {c.rows}, [](int) {}); }, true);
+    EXPECT_EQ(codes, "ESC*r1A " + c.codes + " ESC*rC") << c.name;
   }
 }
 

@@ -32,11 +32,12 @@ std::vector<inspect::RasterCommand> parse(const std::string& raster) {
   return commands;
 }
 
-std::string captureCodes(const std::function<void()>& body) {
+std::string captureCodes(const std::function<void()>& body, bool withData) {
   std::string codes;
   for (const auto& c : parse(captureRaster(body))) {
     if (!codes.empty()) codes += ' ';
     codes += c.code();
+    if (withData && !c.data.empty()) codes += ' ' + testsupport::hex(c.data);
   }
   return codes;
 }

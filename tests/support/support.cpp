@@ -1,5 +1,6 @@
 #include "support/support.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 
@@ -57,6 +58,18 @@ std::string hex(const std::vector<std::uint8_t>& bytes) {
     out += buf;
   }
   return out;
+}
+
+std::vector<std::uint8_t> packet(std::uint16_t op, const std::vector<std::uint8_t>& parameters,
+                                 std::uint8_t flags, int length) {
+  const auto hi = [](std::size_t v) { return static_cast<std::uint8_t>(v >> 8); };
+  const auto lo = [](std::size_t v) { return static_cast<std::uint8_t>(v); };
+  const std::size_t n = length < 0 ? parameters.size() : static_cast<std::size_t>(length);
+  const std::uint8_t head[] = {0xCD, 0xCA, 0x10, flags, hi(op), lo(op), 0, 1, hi(n), lo(n)};
+  std::vector<std::uint8_t> p(20 + parameters.size(), 0);
+  std::copy(std::begin(head), std::end(head), p.begin());
+  std::copy(parameters.begin(), parameters.end(), p.begin() + 20);
+  return p;
 }
 
 }  // namespace testsupport

@@ -37,6 +37,11 @@ std::string exactRegex(const std::string& text);
 // Hex dump of bytes, for readable failure messages.
 std::string hex(const std::vector<std::uint8_t>& bytes);
 
+// A job-control packet: the 20-byte header (operation, flags and the parameters' length, or
+// `length` when it is not -1), then the parameters.
+std::vector<std::uint8_t> packet(std::uint16_t op, const std::vector<std::uint8_t>& parameters = {},
+                                 std::uint8_t flags = 0, int length = -1);
+
 }  // namespace testsupport
 
 // The statement must end the process with status 1, having written exactly `text` to stdout.

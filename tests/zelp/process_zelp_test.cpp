@@ -64,9 +64,4 @@ TEST_F(ProcessZelp, Version2RecordNarrowed) {
   EXPECT_EQ(testsupport::hex(file), testsupport::hex(expected));
 }
 
-TEST_F(ProcessZelp, UnopenableOutputEndsTheProcess) {
-  copyField(record_.outFilePath, (dir_ / "missing" / "job.dat").string().c_str());
-  EXPECT_EXIT(processZELP(&record_), testing::ExitedWithCode(1), "");
-}
-
 }  // namespace

@@ -29,12 +29,7 @@ inline Bytes join(const std::vector<Bytes>& parts) {
   return out;
 }
 
-inline Bytes packet(std::uint16_t op, const Bytes& parameters, std::uint8_t flags = 0) {
-  const auto n = static_cast<unsigned>(parameters.size());
-  Bytes head = {0xCD, 0xCA, 0x10, flags, hi(op), lo(op), 0x00, 0x01, hi(n), lo(n)};
-  head.resize(20, 0);
-  return join({head, parameters});
-}
+using testsupport::packet;
 inline Bytes setJob(std::uint16_t id, const Bytes& value) {
   return packet(18, join({{hi(id), lo(id)}, value}));
 }
@@ -44,20 +39,11 @@ inline Bytes setDocument(std::uint16_t id, const Bytes& value) {
 inline Bytes method(std::uint8_t code, const Bytes& arguments) {
   return packet(29, join({{0x00, 0x00, 0x00, 0x00, 0x40, code}, arguments}));
 }
-inline Bytes text(std::uint16_t charset, const std::string& s) {
-  Bytes b = {hi(charset), lo(charset), lo(static_cast<unsigned>(s.size()))};
-  for (char c : s) b.push_back(static_cast<std::uint8_t>(c));
-  return b;
-}
 
-// The packets of a version 2 start sequence with nothing set, and of the end sequence without
-// extras.
+// The packets of a version 2 start sequence with nothing set but the open-job block.
 inline std::vector<Bytes> emptyStartV2(const Bytes& openJob = {0x00, 0x00}) {
   return {packet(107, openJob),     packet(20, {0, 0, 0, 0}),      packet(21, {0x07, 0xD7, 0, 1}),
           packet(23, {0, 0, 0, 0}), setDocument(46, {0x7B, 0, 0}), setDocument(2007, {0x00, 0x01})};
-}
-inline Bytes end(std::uint8_t flag = 0) {
-  return join({packet(25, {}), packet(22, {}), packet(19, {flag})});
 }
 
 // Each test writes one job file; the set flags start cleared, as in a fresh process.
