@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Checks that folders include one way, then builds and runs every test: GCC plain, GCC under
-# AddressSanitizer and UndefinedBehaviorSanitizer, and Clang; then installs the plain build and
-# uses it as a host would (consumer-test.sh). Each variant takes its own build type, so one run
-# compiles all four between them.
+# AddressSanitizer and UndefinedBehaviorSanitizer, and Clang; the tests that run whole jobs again
+# under ThreadSanitizer (images of several bands are read on a second thread); then installs the
+# plain build and uses it as a host would (consumer-test.sh). The first three variants take
+# different build types, so that one run compiles Release, RelWithDebInfo and Debug.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/check-includes.sh
@@ -23,5 +24,13 @@ for variant in plain sanitize clang; do
   ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
     ctest --test-dir "$dir" -j"$jobs" --output-on-failure --no-tests=error
 done
+dir=build/test-thread
+echo "== thread build =="
+cmake -S . -B "$dir" -DZELPGEN_BUILD_TESTS=ON -DZELPGEN_BUILD_BENCH=OFF -DZELPGEN_WERROR=ON \
+  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=g++ -DZELPGEN_TSAN=ON >/dev/null
+cmake --build "$dir" -j"$jobs" --target driver_tests golden_tests
+echo "== thread tests =="
+TSAN_OPTIONS=halt_on_error=1 ctest --test-dir "$dir" -j"$jobs" --output-on-failure \
+  --no-tests=error -R '^(Jobs/RasterModes|RasterPages|Cases/Golden)'
 echo "== consumer tests =="
 bash scripts/consumer-test.sh build/test-plain

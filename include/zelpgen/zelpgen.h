@@ -6,7 +6,7 @@
  * The call
  *   makeZELPData(path) reads the job configuration file at `path` (`[Section]` headings and
  *   `Key=Value` lines naming TIFF or Windows BMP images), reads the images it names and writes
- *   one print file, then returns. It runs on the caller's thread and starts no other.
+ *   one print file, then returns. It runs on the caller's thread; see "Threads" below.
  *
  * Where the print file goes
  *   To the [Global] OutFilePath when the job gives one (a relative path is taken from the
@@ -32,6 +32,14 @@
  *   "zelpgencmd.inf", which may define further job-control commands, is read from the process's
  *   current working directory (not the configuration file's) at the start of every job. Without
  *   it the job runs with the built-in commands only.
+ *
+ * Threads
+ *   An image taller than one band (300 rows) is read one band ahead on a second thread while
+ *   the band before it is coded and written; that thread ends before the image does, so none is
+ *   left running when the call returns. The print file, stdout and stderr are the same as with
+ *   one thread. Reading ahead takes a second set of band buffers (up to 64 MiB; beyond that, or
+ *   when memory or a thread is refused, the image is read on the caller's thread alone). Set
+ *   ZELPGEN_THREADS=1 in the environment to keep every job on the caller's thread.
  *
  * Not re-entrant
  *   The library keeps the job in progress in process-wide state: one job per process at a time,

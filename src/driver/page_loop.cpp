@@ -1,9 +1,15 @@
 // One image entry on the page: opens its files, fills the bands and sends them plane by plane.
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <future>
+#include <optional>
 
 #include "driver/driver.h"
 #include "image/lxbmp.h"
+#include "image/lxgworld.h"
 #include "kelm/codes.h"
 #include "kelm/kelm.h"
 
@@ -12,6 +18,8 @@ using namespace kelm;
 namespace {
 
 constexpr std::int32_t kBandRows = 300;
+// Most bytes a second set of bands may take to read one band ahead of the coder.
+constexpr std::uint64_t kReadAheadBytes = std::uint64_t{64} << 20;
 
 using Reader = std::unique_ptr<LXBMPRecT>;
 
@@ -41,13 +49,27 @@ void sendVerticalOffset(std::int32_t value, int mode) {
 
 }  // namespace
 
-void prepareBand(std::unique_ptr<LXGWorld>* slot, const LXBMPRecT* reader, LXRect* rect,
-                 int depth) {
-  if (reader == nullptr) return;
+namespace {
+
+// The band a plane's reader fills: its depth and bounds; none without a reader or a depth.
+struct BandShape {
+  std::uint16_t depth;
+  LXRect rect;
+};
+std::optional<BandShape> bandShape(const LXBMPRecT* reader, int depth, LXRect* rect) {
+  if (reader == nullptr) return std::nullopt;
   *rect = LXRect{0, 0, kBandRows, static_cast<std::int32_t>(LXBMP_GetWidth(reader))};
   const auto depth16 = static_cast<std::uint16_t>(depth);
-  if (depth16 == 0 || depth16 == 0xFFFF) return;
-  LXNewGWorld(slot, depth16, *rect);
+  if (depth16 == 0 || depth16 == 0xFFFF) return std::nullopt;
+  return BandShape{depth16, *rect};
+}
+
+}  // namespace
+
+void prepareBand(std::unique_ptr<LXGWorld>* slot, const LXBMPRecT* reader, LXRect* rect,
+                 int depth) {
+  if (const auto shape = bandShape(reader, depth, rect))
+    LXNewGWorld(slot, shape->depth, shape->rect);
 }
 
 namespace {
@@ -86,16 +108,63 @@ bool openImageFiles(const imageParameter* entry, ImageFiles* files) {
   return true;
 }
 
+// Calls use(slot, reader, depth) for the band of every plane: the RGB planes read from the RGB
+// file when there is one.
+template <typename Use>
+void forEachBand(const int* depth, const ImageFiles& files, Bands* bands, Use use) {
+  for (Plane s : {kPlaneR, kPlaneG, kPlaneB}) {
+    const LXBMPRecT* reader = files.rgb ? files.rgb.get() : files.readers[s].get();
+    use(&(*bands)[s], reader, depth[s]);
+  }
+  for (Plane ink : {kPlaneK, kPlaneC, kPlaneM, kPlaneY, kPlanec, kPlanem, kPlaneGy, kPlanePgy}) {
+    use(&(*bands)[ink], files.readers[ink].get(), depth[ink]);
+  }
+}
+
 // A band buffer, as wide as its file, for every plane with a file and a depth.
 void prepareBands(const int* depth, const ImageFiles& files, Bands* bands) {
   LXRect rect;
-  for (Plane s : {kPlaneR, kPlaneG, kPlaneB}) {
-    const LXBMPRecT* reader = files.rgb ? files.rgb.get() : files.readers[s].get();
-    prepareBand(&(*bands)[s], reader, &rect, depth[s]);
-  }
-  for (Plane ink : {kPlaneK, kPlaneC, kPlaneM, kPlaneY, kPlanec, kPlanem, kPlaneGy, kPlanePgy}) {
-    prepareBand(&(*bands)[ink], files.readers[ink].get(), &rect, depth[ink]);
-  }
+  forEachBand(depth, files, bands, [&rect](auto* slot, const LXBMPRecT* reader, int d) {
+    prepareBand(slot, reader, &rect, d);
+  });
+}
+
+// The most rows any file of the entry holds.
+std::uint64_t imageRows(const ImageFiles& files) {
+  std::uint64_t rows = 0;
+  auto take = [&rows](const Reader& reader) {
+    if (reader == nullptr) return;
+    LXRect box;
+    LXBMP_GetImageBox(reader.get(), &box);
+    const std::int64_t height = std::int64_t{box.bottom} - box.top;
+    if (height > 0) rows = std::max(rows, static_cast<std::uint64_t>(height));
+  };
+  take(files.rgb);
+  for (const Reader& reader : files.readers) take(reader);
+  return rows;
+}
+
+// A second set of bands like prepareBands makes, for reading one band ahead: only for an image
+// of more than one band, within kReadAheadBytes, and made quietly. False without one.
+bool prepareReadAheadBands(const int* depth, const ImageFiles& files, Bands* bands) {
+  if (imageRows(files) <= static_cast<std::uint64_t>(kBandRows)) return false;
+  std::uint64_t bytes = 0;
+  LXRect rect;
+  forEachBand(depth, files, bands, [&](auto*, const LXBMPRecT* reader, int d) {
+    if (const auto shape = bandShape(reader, d, &rect)) {
+      const std::uint64_t band = lximage::newBandBytes(shape->depth, shape->rect);
+      bytes += band != 0 ? band : kReadAheadBytes + 1;
+    }
+  });
+  if (bytes > kReadAheadBytes) return false;
+  bool made = true;
+  forEachBand(depth, files, bands, [&](auto* slot, const LXBMPRecT* reader, int d) {
+    if (const auto shape = bandShape(reader, d, &rect)) {
+      *slot = lximage::newBandQuietly(shape->depth, shape->rect);
+      made = made && *slot != nullptr;
+    }
+  });
+  return made;
 }
 
 // Page commands, cursor moves and vertical offsets, up to the start of raster mode.
@@ -165,11 +234,75 @@ std::int32_t readNextBand(const imageParameter* entry, const ImageFiles& files, 
   return rows;
 }
 
+// ZELPGEN_THREADS=1 keeps the job on the calling thread.
+bool readAheadAllowed() {
+  const char* threads = std::getenv("ZELPGEN_THREADS");
+  return threads == nullptr || std::strcmp(threads, "1") != 0;
+}
+
+// Sends the image band by band. With a second set of bands, the next band is read on another
+// thread while one is coded and written. Reading touches only the files and the set it fills,
+// prints nothing, and fills every band of the set whatever it held, so the print file and the
+// messages are those of a single thread. Without the set or a thread, the next band is read
+// after the last one is sent.
+void sendBands(const imageParameter* entry, const ImageFiles& files, Bands& bands,
+               KELMPlane* planes, Bands& twins, std::future<bool>& twinsMade) {
+  std::int32_t rows = readNextBand(entry, files, bands);
+  // Waited for here, as the files it looks at close after this call.
+  bool ahead = twinsMade.valid() && twinsMade.get();
+  if (rows < 1) return;
+  // A band the first set could not have must not be in the second either.
+  for (std::size_t s = 0; s < bands.size(); ++s) {
+    if ((bands[s] == nullptr) != (twins[s] == nullptr)) ahead = false;
+  }
+  if (!ahead) {
+    for (auto& band : twins) band.reset();
+  }
+  const std::unique_ptr<KELMPlane> twinPlanes =
+      ahead ? planesInPrinterOrder(entry->pixelDepth, twins) : nullptr;
+  Bands* sending = &bands;
+  Bands* reading = &twins;
+  for (;;) {
+    // Waited for at the end of each turn, and by its destructor if sending throws.
+    std::future<std::int32_t> next;
+    if (ahead) {
+      try {
+        next = std::async(std::launch::async, [entry, &files, reading] {
+          return readNextBand(entry, files, *reading);
+        });
+      } catch (const std::exception&) {
+        ahead = false;  // no thread: read after sending, into the same set
+      }
+    }
+    KELM_SendBand(sending == &bands ? planes : twinPlanes.get(), rows, entry->mode);
+    if (next.valid()) {
+      rows = next.get();
+      std::swap(sending, reading);
+    } else {
+      rows = readNextBand(entry, files, *sending);
+    }
+    if (rows < 1) return;
+  }
+}
+
 }  // namespace
 
 int processKELMImageData(const imageParameter* entry) {
   ImageFiles files;
   if (!openImageFiles(entry, &files)) return 1;
+  // Made on another thread while the first set is made and filled: each takes a while to
+  // fault in.
+  Bands twins;
+  std::future<bool> twinsMade;
+  if (readAheadAllowed()) {
+    try {
+      twinsMade = std::async(std::launch::async, [entry, &files, &twins] {
+        return prepareReadAheadBands(entry->pixelDepth, files, &twins);
+      });
+    } catch (const std::exception&) {
+      // No thread: the job reads after sending.
+    }
+  }
   Bands bands;
   prepareBands(entry->pixelDepth, files, &bands);
   sendImageStart(entry);
@@ -177,11 +310,7 @@ int processKELMImageData(const imageParameter* entry) {
 
   const int kept = KELM_KeepWorkingMemory(planes.get(), entry->mode);
   if (kept != 0) return kept;
-  for (;;) {
-    const std::int32_t rows = readNextBand(entry, files, bands);
-    if (rows < 1) break;
-    KELM_SendBand(planes.get(), rows, entry->mode);
-  }
+  sendBands(entry, files, bands, planes.get(), twins, twinsMade);
 
   KELM_SendEndRasterMode();
   LXBMP_Delete(std::move(files.rgb));

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <new>
+#include <optional>
 #include <stdexcept>
 
 #include "image/band.h"
@@ -39,37 +40,55 @@ int fail(int error) {
   return error;
 }
 
+// The sizes of a band, or nothing when it is too large to make. A negative size stands for a
+// huge one (a width of 2^31 or more read as signed).
+std::optional<lximage::ImageBytes> bandSize(const RowLayout& layout, const LXRect& bounds) {
+  const std::int64_t w = std::int64_t{bounds.right} - bounds.left;
+  const std::int64_t h = std::int64_t{bounds.bottom} - bounds.top;
+  if (w < 0 || h < 0) return std::nullopt;
+  return lximage::imageBytes(static_cast<std::uint32_t>(w), static_cast<std::uint64_t>(h),
+                             layout.bits, 4);
+}
+
+// A zero-filled band, or null when memory is refused.
+std::unique_ptr<LXGWorld> makeBand(int pixelSize, const LXRect& bounds) {
+  const RowLayout layout = rowLayout(pixelSize);
+  const auto bytes = bandSize(layout, bounds);
+  if (!bytes) return nullptr;
+  std::unique_ptr<LXGWorld> world;
+  try {
+    world = std::make_unique<LXGWorld>();
+    world->pixels.resize(static_cast<std::size_t>(bytes->total));
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  } catch (const std::length_error&) {
+    return nullptr;
+  }
+  world->self = world.get();
+  world->baseAddr = world->pixels.data();
+  world->rowBytes = static_cast<std::uint32_t>(bytes->row);
+  world->bounds = bounds;
+  world->pixelSize = layout.storedSize;
+  return world;
+}
+
 }  // namespace
 
 int LXNewGWorld(std::unique_ptr<LXGWorld>* out, int pixelSize, const LXRect& bounds) {
   if (out == nullptr) return EINVAL;
-  const std::int64_t w = std::int64_t{bounds.right} - bounds.left;
-  const std::int64_t h = std::int64_t{bounds.bottom} - bounds.top;
-  // A negative size stands for a huge one (a width of 2^31 or more read as signed).
-  if (w < 0 || h < 0) return fail(ENOMEM);
-  const RowLayout layout = rowLayout(pixelSize);
-  const auto bytes = lximage::imageBytes(static_cast<std::uint32_t>(w),
-                                         static_cast<std::uint64_t>(h), layout.bits, 4);
-  if (!bytes) return fail(ENOMEM);
-  const std::uint64_t rowBytes = bytes->row;
-  const std::uint64_t total = bytes->total;
-
-  std::unique_ptr<LXGWorld> world;
-  try {
-    world = std::make_unique<LXGWorld>();
-    world->pixels.resize(static_cast<std::size_t>(total));
-  } catch (const std::bad_alloc&) {
-    return fail(ENOMEM);
-  } catch (const std::length_error&) {
-    return fail(ENOMEM);
-  }
-  world->self = world.get();
-  world->baseAddr = world->pixels.data();
-  world->rowBytes = static_cast<std::uint32_t>(rowBytes);
-  world->bounds = bounds;
-  world->pixelSize = layout.storedSize;
+  std::unique_ptr<LXGWorld> world = makeBand(pixelSize, bounds);
+  if (world == nullptr) return fail(ENOMEM);
   *out = std::move(world);
   return 0;
+}
+
+std::uint64_t lximage::newBandBytes(int pixelSize, const LXRect& bounds) {
+  const auto bytes = bandSize(rowLayout(pixelSize), bounds);
+  return bytes ? bytes->total : 0;
+}
+
+std::unique_ptr<LXGWorld> lximage::newBandQuietly(int pixelSize, const LXRect& bounds) {
+  return makeBand(pixelSize, bounds);
 }
 
 void LXClearGWorld(LXGWorld* world) {

@@ -27,3 +27,10 @@ int LXNewGWorld(std::unique_ptr<LXGWorld>* out, int pixelSize, const LXRect& bou
 void LXClearGWorld(LXGWorld* world);
 void LXClearGWorldRGB(LXGWorld* world);
 void LXDumpData(const void* data, long length);
+
+namespace lximage {
+// The bytes LXNewGWorld takes for such a band, 0 when it would refuse it.
+std::uint64_t newBandBytes(int pixelSize, const LXRect& bounds);
+// LXNewGWorld without the message, for a band the job can do without: null when refused.
+std::unique_ptr<LXGWorld> newBandQuietly(int pixelSize, const LXRect& bounds);
+}  // namespace lximage

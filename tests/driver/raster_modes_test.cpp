@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -13,6 +14,7 @@
 
 #include "raster_job.h"
 #include "support/image_support.h"
+#include "zelpgen/zelpgen.h"
 
 #ifdef ZELPGEN_HAVE_PNG
 #include <png.h>
@@ -253,6 +255,20 @@ TEST_P(RasterModes, RowsAreTheConvertedPixels) {
           << "row " << r << " plane " << p;
     }
   }
+}
+
+// The second band is read on another thread while the first is sent; on the calling thread
+// alone the print file is the same, byte for byte.
+TEST_P(RasterModes, OneThreadWritesTheSameFile) {
+  testsupport::TempDir dir;
+  std::vector<Source> sources;
+  runJob(dir, GetParam(), &sources);
+  const Bytes threaded = testsupport::readFile(dir / "job.dat");
+  setenv("ZELPGEN_THREADS", "1", 1);
+  const int status = makeZELPData((dir / "job.cfg").c_str());
+  unsetenv("ZELPGEN_THREADS");
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(testsupport::readFile(dir / "job.dat") == threaded);
 }
 
 #ifdef ZELPGEN_HAVE_PNG
