@@ -100,14 +100,14 @@ std::string imageText(const ImageSummary& i) {
   const Placement& a = i.at;
   const std::vector<std::uint8_t>& c = a.configuration;
   return format("image %d at %lld,%lld dots, file offset %zu: %lld/%lld x %lld/%lld dots a pixel, "
-                "colour space %d, %d planes (%s)\n"
+                "colour space %d, %d plane%s (%s)\n"
                 "    %lld rows (%lld skipped), %lld pixels wide%s; bytes none %lld, packbits "
                 "%lld, seedrow %lld, block %lld; rows crc %08X\n",
                 a.image + 1, static_cast<long long>(a.x), static_cast<long long>(a.y), a.offset,
                 static_cast<long long>(a.dotsH), static_cast<long long>(a.pixelsH),
                 static_cast<long long>(a.dotsV), static_cast<long long>(a.pixelsV),
                 c.empty() ? -1 : c[0], c.size() < 2 ? -1 : static_cast<std::int8_t>(c[1]),
-                planesText(c).c_str(), static_cast<long long>(i.rows),
+                c.size() >= 2 && c[1] == 1 ? "" : "s", planesText(c).c_str(), static_cast<long long>(i.rows),
                 static_cast<long long>(i.skipped), static_cast<long long>(i.widthPixels),
                 i.blockWidth >= 0 ? format(" (block width %d)", i.blockWidth).c_str() : "",
                 static_cast<long long>(i.bytes[0]), static_cast<long long>(i.bytes[1]),
