@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "inspect/bytes.h"
 #include "kelm/codes.h"
 #include "zelp/codes.h"
 
@@ -28,8 +29,7 @@ class Reader : public RowSink {
     sink_->packet(p);
     if (auto a = setAttribute(p); a && p.operation == zelp::kSetJob && a->id == zelp::attribute::kJobOctets) {
       if (a->value.size() != 4) return faultAt(p.offset, "job octets not 4 bytes", fault);
-      octets_ = (std::uint64_t{a->value[0]} << 24) | (a->value[1] << 16) | (a->value[2] << 8) |
-                a->value[3];
+      octets_ = bigEndian(a->value);
       octetsAt_ = p.offset;
     }
     if (p.operation != zelp::kData) return true;
@@ -230,7 +230,7 @@ bool readJob(const std::string& path, JobSink* sink, Fault* fault,
     if (head == 0) break;
     std::size_t length = 0;
     if (head == 20) {
-      length = std::size_t{bytes[8]} << 8 | bytes[9];
+      length = bigEndian(std::span(bytes).subspan(8, 2));
       bytes.resize(20 + length);
       bytes.resize(20 + std::fread(bytes.data() + 20, 1, length, file.get()));
     } else {

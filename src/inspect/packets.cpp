@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "inspect/bytes.h"
 #include "inspect/job.h"
 #include "inspect/values.h"
 #include "zelp/codes.h"
@@ -15,7 +16,7 @@ using namespace zelp;
 namespace {
 
 std::uint16_t word(std::span<const std::uint8_t> b, std::size_t at) {
-  return static_cast<std::uint16_t>((b[at] << 8) | b[at + 1]);
+  return static_cast<std::uint16_t>(bigEndian(b.subspan(at, 2)));
 }
 
 // False (and 0) for the callers that return a size.
@@ -155,7 +156,6 @@ void appendAttributeJson(std::string* out, const Attribute& a) {
   *out += '}';
 }
 
-
 }  // namespace
 
 std::size_t decodePacket(std::span<const std::uint8_t> bytes, std::size_t at, Packet* packet,
@@ -244,8 +244,7 @@ std::optional<MethodCall> executeMethod(const Packet& packet) {
   const std::vector<std::uint8_t>& b = packet.parameters;
   if (packet.operation != kExecuteMethod || b.size() < 6) return std::nullopt;
   MethodCall call;
-  call.object =
-      (std::uint32_t{b[0]} << 24) | (std::uint32_t{b[1]} << 16) | (std::uint32_t{b[2]} << 8) | b[3];
+  call.object = bigEndian(std::span(b).first(4));
   call.group = b[4];
   call.method = b[5];
   std::size_t valueAt = 6;

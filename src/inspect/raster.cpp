@@ -5,6 +5,7 @@
 #include <cctype>
 #include <memory>
 
+#include "inspect/bytes.h"
 #include "kelm/codes.h"
 
 namespace inspect {
@@ -103,11 +104,6 @@ Parsed parseParameterized(std::span<const std::uint8_t> s, std::size_t start, st
     }
     continued = true;
   }
-}
-
-std::uint32_t big32(const std::vector<std::uint8_t>& b) {
-  return (std::uint32_t{b[0]} << 24) | (std::uint32_t{b[1]} << 16) | (std::uint32_t{b[2]} << 8) |
-         b[3];
 }
 
 }  // namespace
@@ -323,7 +319,7 @@ class RasterDecoder::Builder {
     if (upper(c.parameter) != 'W') return fail(error, c.offset, "plane row inside block mode");
     if (!pending_.empty()) return fail(error, c.offset, "block inside a row");
     if (c.data.size() < 4) return fail(error, c.offset, "block without its width");
-    const auto width = static_cast<std::int32_t>(big32(c.data));
+    const auto width = static_cast<std::int32_t>(bigEndian(std::span(c.data).first(4)));
     std::span<const std::uint8_t> rest(c.data);
     rest = rest.subspan(4);
     std::size_t rows = 0;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "inspect/bytes.h"
 #include "zelp/codes.h"
 
 namespace inspect {
@@ -14,12 +15,6 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 using Names = std::span<const Name>;
-
-std::uint32_t bigEndian(Bytes b) {
-  std::uint32_t v = 0;
-  for (std::uint8_t byte : b) v = (v << 8) | byte;
-  return v;
-}
 
 ValuePart number(const char* key, std::uint32_t value, Names names = {}) {
   ValuePart p;
