@@ -1,11 +1,14 @@
 // One image entry on the page: opens its files, fills the bands and sends them plane by plane.
 #include <algorithm>
 #include <array>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <future>
+#include <mutex>
 #include <optional>
+#include <thread>
+#include <utility>
 
 #include "driver/driver.h"
 #include "image/lxbmp.h"
@@ -144,10 +147,9 @@ std::uint64_t imageRows(const ImageFiles& files) {
   return rows;
 }
 
-// A second set of bands like prepareBands makes, for reading one band ahead: only for an image
-// of more than one band, within kReadAheadBytes, and made quietly. False without one.
+// A second set of bands like prepareBands makes, for reading one band ahead: within
+// kReadAheadBytes, and made quietly. False without one.
 bool prepareReadAheadBands(const int* depth, const ImageFiles& files, Bands* bands) {
-  if (imageRows(files) <= static_cast<std::uint64_t>(kBandRows)) return false;
   std::uint64_t bytes = 0;
   LXRect rect;
   forEachBand(depth, files, bands, [&](auto*, const LXBMPRecT* reader, int d) {
@@ -240,43 +242,121 @@ bool readAheadAllowed() {
   return threads == nullptr || std::strcmp(threads, "1") != 0;
 }
 
-// Sends the image band by band. With a second set of bands, the next band is read on another
-// thread while one is coded and written. Reading touches only the files and the set it fills,
-// prints nothing, and fills every band of the set whatever it held, so the print file and the
-// messages are those of a single thread. Without the set or a thread, the next band is read
-// after the last one is sent.
-void sendBands(const imageParameter* entry, const ImageFiles& files, Bands& bands,
-               KELMPlane* planes, Bands& twins, std::future<bool>& twinsMade) {
-  std::int32_t rows = readNextBand(entry, files, bands);
-  // Waited for here, as the files it looks at close after this call.
-  bool ahead = twinsMade.valid() && twinsMade.get();
-  if (rows < 1) return;
-  // A band the first set could not have must not be in the second either.
-  for (std::size_t s = 0; s < bands.size(); ++s) {
-    if ((bands[s] == nullptr) != (twins[s] == nullptr)) ahead = false;
-  }
-  if (!ahead) {
-    for (auto& band : twins) band.reset();
-  }
-  const std::unique_ptr<KELMPlane> twinPlanes =
-      ahead ? planesInPrinterOrder(entry->pixelDepth, twins) : nullptr;
-  Bands* sending = &bands;
-  Bands* reading = &twins;
-  for (;;) {
-    // Waited for at the end of each turn, and by its destructor if sending throws.
-    std::future<std::int32_t> next;
-    if (ahead) {
-      try {
-        next = std::async(std::launch::async, [entry, &files, reading] {
-          return readNextBand(entry, files, *reading);
-        });
-      } catch (const std::exception&) {
-        ahead = false;  // no thread: read after sending, into the same set
-      }
+// A thread of the image's own that first makes a second set of bands, then reads the next
+// band into a set on request while the caller sends the last one. Requests and results pass
+// under the lock, so each set and the readers are used by one thread at a time.
+class ReadAhead {
+ public:
+  ReadAhead(const imageParameter* entry, const ImageFiles& files)
+      : entry_(entry), files_(files), thread_([this] { run(); }) {}
+  ReadAhead(const ReadAhead&) = delete;
+  ReadAhead& operator=(const ReadAhead&) = delete;
+  ~ReadAhead() {
+    {
+      std::lock_guard lock(mutex_);
+      stop_ = true;
     }
+    wake_.notify_all();
+    thread_.join();
+  }
+
+  // The second set, once made; empty when it could not be.
+  Bands& bands() {
+    std::unique_lock lock(mutex_);
+    done_.wait(lock, [this] { return !making_; });
+    return twins_;
+  }
+  void read(Bands* into) {
+    {
+      std::lock_guard lock(mutex_);
+      request_ = into;
+    }
+    wake_.notify_all();
+  }
+  // The rows of the band asked for by read(), once read; what reading threw is thrown here.
+  std::int32_t rows() {
+    std::unique_lock lock(mutex_);
+    done_.wait(lock, [this] { return request_ == nullptr; });
+    if (error_) std::rethrow_exception(std::exchange(error_, nullptr));
+    return rows_;
+  }
+
+ private:
+  void run() {
+    if (!prepareReadAheadBands(entry_->pixelDepth, files_, &twins_)) {
+      for (auto& band : twins_) band.reset();
+    }
+    {
+      std::lock_guard lock(mutex_);
+      making_ = false;
+    }
+    done_.notify_all();
+    for (;;) {
+      Bands* into = nullptr;
+      {
+        std::unique_lock lock(mutex_);
+        wake_.wait(lock, [this] { return stop_ || request_ != nullptr; });
+        if (stop_) return;
+        into = request_;
+      }
+      std::int32_t rows = 0;
+      std::exception_ptr error;
+      try {
+        rows = readNextBand(entry_, files_, *into);
+      } catch (...) {
+        error = std::current_exception();
+      }
+      {
+        std::lock_guard lock(mutex_);
+        rows_ = rows;
+        error_ = error;
+        request_ = nullptr;
+      }
+      done_.notify_all();
+    }
+  }
+
+  const imageParameter* const entry_;
+  const ImageFiles& files_;
+  Bands twins_;
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::condition_variable done_;
+  bool making_ = true;
+  bool stop_ = false;
+  Bands* request_ = nullptr;
+  std::int32_t rows_ = 0;
+  std::exception_ptr error_;
+  std::thread thread_;  // last: it starts on the members above
+};
+
+// Every band of the first set, and no other, in the second.
+bool sameBands(const Bands& bands, const Bands& twins) {
+  for (std::size_t s = 0; s < bands.size(); ++s) {
+    if ((bands[s] == nullptr) != (twins[s] == nullptr)) return false;
+  }
+  return std::any_of(twins.begin(), twins.end(), [](const auto& band) { return band != nullptr; });
+}
+
+// Sends the image band by band. With a second set of bands, the next band is read on the
+// read-ahead thread while one is coded and written. Reading touches only the files and the set
+// it fills, prints nothing, and fills every band of the set whatever it held, so the print file
+// and the messages are those of a single thread. Without the set, the next band is read after
+// the last one is sent.
+void sendBands(const imageParameter* entry, const ImageFiles& files, Bands& bands,
+               KELMPlane* planes, std::optional<ReadAhead>& ahead) {
+  std::int32_t rows = readNextBand(entry, files, bands);
+  if (rows < 1) return;
+  if (ahead && !sameBands(bands, ahead->bands())) ahead.reset();
+  const std::unique_ptr<KELMPlane> twinPlanes =
+      ahead ? planesInPrinterOrder(entry->pixelDepth, ahead->bands()) : nullptr;
+  Bands* sending = &bands;
+  Bands* reading = ahead ? &ahead->bands() : nullptr;
+  for (;;) {
+    if (reading != nullptr) ahead->read(reading);
     KELM_SendBand(sending == &bands ? planes : twinPlanes.get(), rows, entry->mode);
-    if (next.valid()) {
-      rows = next.get();
+    if (reading != nullptr) {
+      rows = ahead->rows();
       std::swap(sending, reading);
     } else {
       rows = readNextBand(entry, files, *sending);
@@ -290,15 +370,11 @@ void sendBands(const imageParameter* entry, const ImageFiles& files, Bands& band
 int processKELMImageData(const imageParameter* entry) {
   ImageFiles files;
   if (!openImageFiles(entry, &files)) return 1;
-  // Made on another thread while the first set is made and filled: each takes a while to
-  // fault in.
-  Bands twins;
-  std::future<bool> twinsMade;
-  if (readAheadAllowed()) {
+  // Started before the first set is made, so that the two sets fault in side by side.
+  std::optional<ReadAhead> ahead;
+  if (readAheadAllowed() && imageRows(files) > static_cast<std::uint64_t>(kBandRows)) {
     try {
-      twinsMade = std::async(std::launch::async, [entry, &files, &twins] {
-        return prepareReadAheadBands(entry->pixelDepth, files, &twins);
-      });
+      ahead.emplace(entry, files);
     } catch (const std::exception&) {
       // No thread: the job reads after sending.
     }
@@ -310,7 +386,8 @@ int processKELMImageData(const imageParameter* entry) {
 
   const int kept = KELM_KeepWorkingMemory(planes.get(), entry->mode);
   if (kept != 0) return kept;
-  sendBands(entry, files, bands, planes.get(), twins, twinsMade);
+  sendBands(entry, files, bands, planes.get(), ahead);
+  ahead.reset();  // before the files it reads close
 
   KELM_SendEndRasterMode();
   LXBMP_Delete(std::move(files.rgb));
