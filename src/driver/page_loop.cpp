@@ -283,7 +283,13 @@ class ReadAhead {
 
  private:
   void run() {
-    if (!prepareReadAheadBands(entry_->pixelDepth, files_, &twins_)) {
+    bool made = false;
+    try {
+      made = prepareReadAheadBands(entry_->pixelDepth, files_, &twins_);
+    } catch (const std::exception&) {
+      // Without the set the job reads after sending.
+    }
+    if (!made) {
       for (auto& band : twins_) band.reset();
     }
     {
