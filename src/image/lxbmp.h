@@ -40,13 +40,16 @@ std::int32_t LXBMP_ReadNextRasterBlockRGB(LXBMPRecT* handle, LXGWorld* red, LXGW
                                           LXGWorld* blue);
 std::int32_t LXBMP_ReadNextRasterBlockCMYK(LXBMPRecT* handle, LXGWorld* band,
                                            const unsigned char* table, int channel);
-// One ink channel of an interleaved image and the band it goes to.
-struct LXChannelRead {
-  LXBMPRecT* reader = nullptr;
+// One ink channel of an interleaved image, the reader it comes through and the band it goes to;
+// the same for the readers of every format.
+template <typename Reader>
+struct LXChannelReadOf {
+  Reader* reader = nullptr;
   LXGWorld* band = nullptr;
   const unsigned char* table = nullptr;
   int channel = 0;
 };
+using LXChannelRead = LXChannelReadOf<LXBMPRecT>;
 // LXBMP_ReadNextRasterBlockCMYK for every read, taking a row of each in turn; the most rows
 // any of them gave.
 std::int32_t LXBMP_ReadNextRasterBlocksCMYK(std::span<const LXChannelRead> reads);

@@ -60,12 +60,7 @@ std::int32_t LXTiff_ReadNextRasterBlockRGB(LXTiffRecT* rec, LXGWorld* red, LXGWo
                                            LXGWorld* blue);
 std::int32_t LXTiff_ReadNextRasterBlockCMYK(LXTiffRecT* rec, LXGWorld* band,
                                             const unsigned char* table, int channel);
-struct LXTiffChannelRead {
-  LXTiffRecT* rec = nullptr;
-  LXGWorld* band = nullptr;
-  const unsigned char* table = nullptr;
-  int channel = 0;
-};
+using LXTiffChannelRead = LXChannelReadOf<LXTiffRecT>;
 // Each read as LXTiff_ReadNextRasterBlockCMYK does it, row by row across the reads; the most
 // rows any of them gave.
 std::int32_t LXTiff_ReadNextRasterBlocksCMYK(std::span<const LXTiffChannelRead> reads);

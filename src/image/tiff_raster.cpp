@@ -538,8 +538,8 @@ std::int32_t LXTiff_ReadNextRasterBlocksCMYK(std::span<const LXTiffChannelRead> 
   blocks.reserve(reads.size());
   std::uint32_t rows = 0;
   for (const LXTiffChannelRead& read : reads) {
-    rows =
-        std::max(rows, blocks.emplace_back(read.rec, read.band, read.table, read.channel).rows());
+    rows = std::max(rows,
+                    blocks.emplace_back(read.reader, read.band, read.table, read.channel).rows());
   }
   for (std::uint32_t r = 0; r < rows; ++r) {
     for (ChannelBlock& block : blocks) {
