@@ -50,8 +50,22 @@ std::optional<lximage::ImageBytes> bandSize(const RowLayout& layout, const LXRec
                              layout.bits, 4);
 }
 
-// A zero-filled band, or null when memory is refused.
-std::unique_ptr<LXGWorld> makeBand(int pixelSize, const LXRect& bounds) {
+}  // namespace
+
+int LXNewGWorld(std::unique_ptr<LXGWorld>* out, int pixelSize, const LXRect& bounds) {
+  if (out == nullptr) return EINVAL;
+  std::unique_ptr<LXGWorld> world = lximage::newBandQuietly(pixelSize, bounds);
+  if (world == nullptr) return fail(ENOMEM);
+  *out = std::move(world);
+  return 0;
+}
+
+std::uint64_t lximage::newBandBytes(int pixelSize, const LXRect& bounds) {
+  const auto bytes = bandSize(rowLayout(pixelSize), bounds);
+  return bytes ? bytes->total : 0;
+}
+
+std::unique_ptr<LXGWorld> lximage::newBandQuietly(int pixelSize, const LXRect& bounds) {
   const RowLayout layout = rowLayout(pixelSize);
   const auto bytes = bandSize(layout, bounds);
   if (!bytes) return nullptr;
@@ -70,25 +84,6 @@ std::unique_ptr<LXGWorld> makeBand(int pixelSize, const LXRect& bounds) {
   world->bounds = bounds;
   world->pixelSize = layout.storedSize;
   return world;
-}
-
-}  // namespace
-
-int LXNewGWorld(std::unique_ptr<LXGWorld>* out, int pixelSize, const LXRect& bounds) {
-  if (out == nullptr) return EINVAL;
-  std::unique_ptr<LXGWorld> world = makeBand(pixelSize, bounds);
-  if (world == nullptr) return fail(ENOMEM);
-  *out = std::move(world);
-  return 0;
-}
-
-std::uint64_t lximage::newBandBytes(int pixelSize, const LXRect& bounds) {
-  const auto bytes = bandSize(rowLayout(pixelSize), bounds);
-  return bytes ? bytes->total : 0;
-}
-
-std::unique_ptr<LXGWorld> lximage::newBandQuietly(int pixelSize, const LXRect& bounds) {
-  return makeBand(pixelSize, bounds);
 }
 
 void LXClearGWorld(LXGWorld* world) {
