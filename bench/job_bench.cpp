@@ -15,8 +15,8 @@
 // Images are generated once under $TMPDIR (or /tmp) and kept for later runs.
 
 #include <benchmark/benchmark.h>
-#include <spawn.h>
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <tiffio.h>

@@ -330,7 +330,8 @@ void setMode(imageParameter* e) {
 void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine) {
   imageParameter* first = p->imageParameterList.get();
   imageParameter* e = getLastImageParameter(p);
-  if (e == nullptr) diag::failJob({{}, fromLine, "Image", {}, {}, "the [Image] section has no keys"});
+  if (e == nullptr)
+    diag::failJob({{}, fromLine, "Image", {}, {}, "the [Image] section has no keys"});
   if (e == first) {
     for (const char* key : {"ColorSpace", "NumOfPlanes", "CompressionMode", "GraphicResolutionH",
                             "GraphicResolutionV"})
@@ -362,8 +363,8 @@ void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine
 
 const char* imageFileKey(int file) {
   static constexpr const char* kNames[kImageFileCount] = {
-      "ImageFileK", "ImageFileC", "ImageFileM",  "ImageFileY",    "ImageFilec",
-      "ImageFilem", "ImageFileR", "ImageFileG",  "ImageFileB",    "ImageFileGy",
+      "ImageFileK",   "ImageFileC",    "ImageFileM",  "ImageFileY", "ImageFilec",
+      "ImageFilem",   "ImageFileR",    "ImageFileG",  "ImageFileB", "ImageFileGy",
       "ImageFilePgy", "ImageFileCMYK", "ImageFileRGB"};
   return kNames[file];
 }

@@ -33,8 +33,8 @@ int toSlash(char (&path)[kPathSize]) {
   if (path[0] == '\0' || (std::strchr(path, '\\') == nullptr && std::strchr(path, ':') == nullptr))
     return 0;
   if (path[1] == ':' && path[2] == '\\')
-    diag::failJob({{}, 0, {}, {}, path,
-                   std::string("a path with a drive letter cannot be used: ") + path});
+    diag::failJob(
+        {{}, 0, {}, {}, path, std::string("a path with a drive letter cannot be used: ") + path});
   std::string out;
   const char* rest = path;
   if (path[0] == ':') {

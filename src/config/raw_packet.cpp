@@ -94,7 +94,11 @@ int writeRawPacket(rawPacket* packet, const char* text) {
 void checkRawPacket(parameter* p) {
   const rawPacket* last = lastRawPacket(p->rawPacketList);
   if (last != nullptr && last->data.size() < kHeaderSize)
-    diag::failJob({{}, last->lineNumber, "ZELP_Raw", {}, {},
+    diag::failJob({{},
+                   last->lineNumber,
+                   "ZELP_Raw",
+                   {},
+                   {},
                    "packet of " + std::to_string(last->data.size()) +
                        " bytes is shorter than its 20-byte header"});
 }
@@ -120,8 +124,9 @@ int parseZELP_RawParameter(cfgLine* line, parameter* p) {
     if (packet == nullptr) diag::failJob("packet data before any SimplePacket or FullPacket");
     // A malformed line is dropped; the echo shows it all the same.
     if (writeRawPacket(packet, key) != 0)
-      diag::warn("not packet bytes (0x and hexadecimal digits, or a quoted text); the line is "
-                 "left out of the packet");
+      diag::warn(
+          "not packet bytes (0x and hexadecimal digits, or a quoted text); the line is "
+          "left out of the packet");
     std::printf("\t%s\n", key);
     return 1;
   }

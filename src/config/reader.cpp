@@ -27,7 +27,8 @@ bool sSeenImage = false;
 std::string sPath;
 int sCommentLine = 0;
 
-constexpr const char* kSectionNames[] = {"", "Global", "ZELP", "ZELP_Raw", "KELM", "Image", "Image"};
+constexpr const char* kSectionNames[] = {"",     "Global", "ZELP", "ZELP_Raw",
+                                         "KELM", "Image",  "Image"};
 
 // Later errors name this line unless they know better.
 void placeAt(int lineNumber, const char* key, const char* value) {
@@ -72,7 +73,11 @@ LineKind classifyLine(const char* line, int lineNumber, char* key, char* value) 
   if (sIsCStyleComment != 0) {
     if (startsWith(text, "/*")) {
       diag::clearPlace();
-      diag::failJob({sPath, lineNumber, {}, {}, {},
+      diag::failJob({sPath,
+                     lineNumber,
+                     {},
+                     {},
+                     {},
                      "block comment opened at line " + std::to_string(sCommentLine) +
                          " opens again before it is closed"});
     }
@@ -112,7 +117,11 @@ void defaultOutFilePath(parameter* p) {
   if (p->outFilePath[0] != '\0') return;
   const char* name = defaultFileName();
   if (name == nullptr)
-    diag::failJob({sPath, 0, {}, {}, {},
+    diag::failJob({sPath,
+                   0,
+                   {},
+                   {},
+                   {},
                    "the default print file name (the job's path with .dat) is too long"});
   copyField(p->outFilePath, name);
 }
@@ -154,7 +163,11 @@ void enterSection(int previous, parameter* p, const cfgLine* lines, int headerLi
         checkImageSectionParameter(p, lines, headerLine);
         sSection = kSectionImage;
       } else if (previous != kSectionZELPRaw) {
-        diag::failJob({sPath, lineNumber, "Image", {}, {},
+        diag::failJob({sPath,
+                       lineNumber,
+                       "Image",
+                       {},
+                       {},
                        "an [Image] section must follow a [KELM] or another [Image] section"});
       }
       // From [ZELP_Raw] the section stays unread up to the next header.
@@ -246,18 +259,27 @@ void parseParameter(const char* path, parameter* p) {
 
   diag::clearPlace();
   if (sIsCStyleComment != 0)
-    diag::failJob({sPath, sCommentLine, {}, {}, {},
-                   "block comment opened at line " + std::to_string(sCommentLine) +
-                       " never closed"});
+    diag::failJob(
+        {sPath,
+         sCommentLine,
+         {},
+         {},
+         {},
+         "block comment opened at line " + std::to_string(sCommentLine) + " never closed"});
   if (!sSeenKELM || !sSeenImage) {
     // Only these two names are printed, whichever section is really missing.
     if (!sSeenGlobal) std::puts("[Global]");
     if (!sSeenZELP) std::puts("[ZELP]");
-    diag::failJob({sPath, 0, {}, {}, {},
-                   std::ferror(file.get()) != 0 ? "cannot be read as a job configuration (a folder?)"
-                   : lines == nullptr           ? "the job configuration is empty"
-                   : !sSeenKELM                 ? "no [KELM] section"
-                                                : "no [Image] section"});
+    diag::failJob({sPath,
+                   0,
+                   {},
+                   {},
+                   {},
+                   std::ferror(file.get()) != 0
+                       ? "cannot be read as a job configuration (a folder?)"
+                   : lines == nullptr ? "the job configuration is empty"
+                   : !sSeenKELM       ? "no [KELM] section"
+                                      : "no [Image] section"});
   }
   placeAt(headerLine, "", "");
   checkImageSectionParameter(p, lines.get(), headerLine);
@@ -272,7 +294,11 @@ void checkIfFileExist(const parameter* p) {
   for (const imageProcessingFile* f = p->imageProcessingFileList.get(); f != nullptr;
        f = f->next.get())
     if (!canOpen(f->path))
-      diag::failJob({{}, 0, "Global", "ImageProcessingFile", f->path,
+      diag::failJob({{},
+                     0,
+                     "Global",
+                     "ImageProcessingFile",
+                     f->path,
                      std::string("file not found: ") + f->path});
   using namespace kelm;
   static constexpr int kOrder[] = {kFileRGB, kPlaneK, kPlaneC,   kPlaneM,  kPlaneY,
@@ -281,7 +307,11 @@ void checkIfFileExist(const parameter* p) {
   for (const imageParameter* e = p->imageParameterList.get(); e != nullptr; e = e->next.get()) {
     for (int i : kOrder)
       if (e->imageFile[i][0] != '\0' && !canOpen(e->imageFile[i]))
-        diag::failJob({{}, e->imageFileLine[i], "Image", imageFileKey(i), e->imageFile[i],
+        diag::failJob({{},
+                       e->imageFileLine[i],
+                       "Image",
+                       imageFileKey(i),
+                       e->imageFile[i],
                        std::string("image file not found: ") + e->imageFile[i]});
   }
 }

@@ -32,8 +32,8 @@ bool hasHook();
 void beginJob();
 
 // The line the reader is on; later errors and warnings default to it.
-void setPlace(const std::string& file, int line, const std::string& section,
-              const std::string& key, const std::string& value);
+void setPlace(const std::string& file, int line, const std::string& section, const std::string& key,
+              const std::string& value);
 void clearPlace();
 
 [[noreturn]] void failJob(JobError error);

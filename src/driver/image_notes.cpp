@@ -72,9 +72,10 @@ void noteTiff(const LXTiffRecT& rec, const std::string& path) {
   if (rec.byteOrder == 0) {
     diag::warn(path + " is not a TIFF file" + kLeftOut);
   } else if (!rec.stripOffsets) {
-    diag::warn(path + (isTiled(rec.path.get()) ? " is a tiled TIFF, which is not read"
-                                                : " has no strip table") +
-               kLeftOut);
+    diag::warn(
+        path +
+        (isTiled(rec.path.get()) ? " is a tiled TIFF, which is not read" : " has no strip table") +
+        kLeftOut);
   } else {
     diag::warn(path + " has a header that claims rows the file cannot hold" + kLeftOut);
   }
@@ -107,9 +108,9 @@ constexpr const char* kDepthNames[kelm::kPlaneCount] = {"K", "C", "M", "Y",  "c"
 
 // The order in which the keys are listed to a job author.
 constexpr int kFileOrder[kImageFileCount] = {
-    kFileCMYK,       kelm::kPlaneK,  kelm::kPlaneC,   kelm::kPlaneM, kelm::kPlaneY,
-    kelm::kPlanec,   kelm::kPlanem,  kFileRGB,        kelm::kPlaneGy, kelm::kPlanePgy,
-    kelm::kPlaneR,   kelm::kPlaneG,  kelm::kPlaneB};
+    kFileCMYK,     kelm::kPlaneK, kelm::kPlaneC, kelm::kPlaneM,  kelm::kPlaneY,
+    kelm::kPlanec, kelm::kPlanem, kFileRGB,      kelm::kPlaneGy, kelm::kPlanePgy,
+    kelm::kPlaneR, kelm::kPlaneG, kelm::kPlaneB};
 
 }  // namespace
 
@@ -130,7 +131,8 @@ void noteImages(const parameter* p, const std::string& configPath, JobReport* re
       if (e->imageFile[file][0] == '\0') continue;
       const std::string path = e->imageFile[file];
       const char* key = imageFileKey(file);
-      if (image.line == 0 || e->imageFileLine[file] < image.line) image.line = e->imageFileLine[file];
+      if (image.line == 0 || e->imageFileLine[file] < image.line)
+        image.line = e->imageFileLine[file];
       diag::setPlace(configPath, e->imageFileLine[file], "Image", key, path);
       std::unique_ptr<LXBMPRecT> rec = LXBMP_New(path.c_str());
       ImageFileSummary summary{key, path, kindName(rec.get(), path), 0, 0};

@@ -62,9 +62,13 @@ int runJob(const char* path, const JobOptions& options, JobReport* report) {
   }
   // A path cut to the record's buffers could name another job: such a path is refused.
   if (std::strlen(resolvedFull) >= kPathSize)
-    diag::failJob({path != nullptr ? path : "", 0, {}, {}, {},
-                   "the job's full path is longer than " + std::to_string(kPathSize - 1) +
-                       " characters"});
+    diag::failJob(
+        {path != nullptr ? path : "",
+         0,
+         {},
+         {},
+         {},
+         "the job's full path is longer than " + std::to_string(kPathSize - 1) + " characters"});
   char resolved[kPathSize];
   copyField(resolved, resolvedFull);
 
@@ -102,7 +106,8 @@ int runJob(const char* path, const JobOptions& options, JobReport* report) {
   parseParameter(resolved, record.get());
   if (report != nullptr) {
     report->pages = record->jobImpressions;
-    report->outFile.assign(record->outFilePath, strnlen(record->outFilePath, sizeof record->outFilePath));
+    report->outFile.assign(record->outFilePath,
+                           strnlen(record->outFilePath, sizeof record->outFilePath));
   }
   if (options.outFile != nullptr) copyField(record->outFilePath, options.outFile);
   processZELP(record.get());

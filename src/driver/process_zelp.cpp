@@ -120,7 +120,11 @@ int processZELP(parameter* p) {
 
   const int result = ZELP_Open();
   if (result < 0)
-    diag::failJob({{}, 0, {}, {}, fieldText(p->outFilePath),
+    diag::failJob({{},
+                   0,
+                   {},
+                   {},
+                   fieldText(p->outFilePath),
                    "cannot write the print file " + fieldText(p->outFilePath)});
   return result;
 }

@@ -27,15 +27,15 @@ class Reader : public RowSink {
     std::string error;
     if (!checker_.add(p, &error)) return faultAt(p.offset, error, fault);
     sink_->packet(p);
-    if (auto a = setAttribute(p); a && p.operation == zelp::kSetJob && a->id == zelp::attribute::kJobOctets) {
+    if (auto a = setAttribute(p);
+        a && p.operation == zelp::kSetJob && a->id == zelp::attribute::kJobOctets) {
       if (a->value.size() != 4) return faultAt(p.offset, "job octets not 4 bytes", fault);
       octets_ = bigEndian(a->value);
       octetsAt_ = p.offset;
     }
     if (p.operation != zelp::kData) return true;
     // Only chunks the parser may still point into are kept for mapping offsets.
-    while (!chunks_.empty() && chunks_.size() > 1 &&
-           chunks_[1].stream <= parser_.pendingOffset()) {
+    while (!chunks_.empty() && chunks_.size() > 1 && chunks_[1].stream <= parser_.pendingOffset()) {
       chunks_.erase(chunks_.begin());
     }
     chunks_.push_back({streamSize_, p.offset + 21});
@@ -284,16 +284,35 @@ ColourModel::ColourModel(const std::vector<std::uint8_t>& configuration) {
       const float ink = 1.0f - f;
       std::array<float, 3> left{1, 1, 1};
       switch (ch) {
-        case kR: left = {f, 1, 1}; break;
-        case kG: left = {1, f, 1}; break;
-        case kB: left = {1, 1, f}; break;
-        case kK: left = light ? std::array<float, 3>{f, f, f} : std::array<float, 3>{ink, ink, ink}; break;
-        case kC: left = {ink, 1, 1}; break;
-        case kM: left = {1, ink, 1}; break;
-        case kY: left = {1, 1, ink}; break;
-        case kLightC: left = {1 - 0.4f * f, 1 - 0.08f * f, 1}; break;
-        case kLightM: left = {1 - 0.08f * f, 1 - 0.4f * f, 1}; break;
-        case kGray: case kPhotoGray: {
+        case kR:
+          left = {f, 1, 1};
+          break;
+        case kG:
+          left = {1, f, 1};
+          break;
+        case kB:
+          left = {1, 1, f};
+          break;
+        case kK:
+          left = light ? std::array<float, 3>{f, f, f} : std::array<float, 3>{ink, ink, ink};
+          break;
+        case kC:
+          left = {ink, 1, 1};
+          break;
+        case kM:
+          left = {1, ink, 1};
+          break;
+        case kY:
+          left = {1, 1, ink};
+          break;
+        case kLightC:
+          left = {1 - 0.4f * f, 1 - 0.08f * f, 1};
+          break;
+        case kLightM:
+          left = {1 - 0.08f * f, 1 - 0.4f * f, 1};
+          break;
+        case kGray:
+        case kPhotoGray: {
           const float g = light ? f : 1 - (ch == kGray ? 0.5f : 0.25f) * f;
           left = {g, g, g};
           break;

@@ -83,7 +83,7 @@ struct ImageSummary {
 
 struct PageSummary {
   std::vector<ImageSummary> images;
-  std::string end;  // the command that ended it; empty when the file ended first
+  std::string end;                     // the command that ended it; empty when the file ended first
   std::int64_t width = 0, height = 0;  // printer dots holding every image
 };
 
@@ -92,7 +92,7 @@ struct JobSummary {
   std::uint64_t size = 0;
   std::vector<std::string> packets;      // describePacket lines
   std::vector<std::string> packetsJson;  // describePacketJson objects
-  std::vector<std::string> header;   // text lines and table files before the first page
+  std::vector<std::string> header;       // text lines and table files before the first page
   std::vector<PageSummary> pages;
   bool ok = false;
   Fault fault;

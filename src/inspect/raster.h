@@ -83,7 +83,8 @@ struct PlaneRow {
 class RowSink {
  public:
   virtual ~RowSink() = default;
-  virtual void imageStart(const RasterCommand& start, const std::vector<std::uint8_t>& configuration) {
+  virtual void imageStart(const RasterCommand& start,
+                          const std::vector<std::uint8_t>& configuration) {
     (void)start, (void)configuration;
   }
   // One raster row: its plane rows in the order sent (empty for a row of no plane).

@@ -18,15 +18,26 @@ class PagePass : public JobSink {
   PagePass(const PageSummary& page, int index, std::int64_t num, std::int64_t den,
            std::uint32_t width, std::uint32_t height, std::int64_t start, std::size_t cap,
            PageWriter* writer)
-      : page_(page), index_(index), num_(num), den_(den), width_(width), height_(height),
-        base_(start), cap_(cap), writer_(writer), band_(cap * width * 3, 0), rowDark_(width * 3),
-        rgb_(), columns_(width, 0) {
+      : page_(page),
+        index_(index),
+        num_(num),
+        den_(den),
+        width_(width),
+        height_(height),
+        base_(start),
+        cap_(cap),
+        writer_(writer),
+        band_(cap * width * 3, 0),
+        rowDark_(width * 3),
+        rgb_(),
+        columns_(width, 0) {
     const std::int64_t dotsWide = page.width;
     for (std::int64_t x = 0; x < dotsWide; ++x) ++columns_[static_cast<std::size_t>(outX(x))];
     // Rows above the first row of every later image are final once that image begins.
     laterTop_.assign(page.images.size() + 1, static_cast<std::int64_t>(height));
     for (std::size_t i = page.images.size(); i-- > 0;) {
-      laterTop_[i] = std::min(laterTop_[i + 1], outY(std::max<std::int64_t>(0, page.images[i].at.y)));
+      laterTop_[i] =
+          std::min(laterTop_[i + 1], outY(std::max<std::int64_t>(0, page.images[i].at.y)));
     }
   }
 
@@ -80,8 +91,8 @@ class PagePass : public JobSink {
         frozen_ = true;  // left for the next pass
         continue;
       }
-      std::uint64_t* line = &band_[static_cast<std::size_t>(oy % static_cast<std::int64_t>(cap_)) *
-                                   width_ * 3];
+      std::uint64_t* line =
+          &band_[static_cast<std::size_t>(oy % static_cast<std::int64_t>(cap_)) * width_ * 3];
       for (std::size_t i = 0; i < rowDark_.size(); ++i) line[i] += rowDark_[i];
     }
   }
@@ -91,7 +102,8 @@ class PagePass : public JobSink {
   // Hands on the rows drawn; without a freeze, every row of the page.
   void finish() {
     const std::int64_t end =
-        frozen_ ? std::min<std::int64_t>(base_ + static_cast<std::int64_t>(cap_), height_) : height_;
+        frozen_ ? std::min<std::int64_t>(base_ + static_cast<std::int64_t>(cap_), height_)
+                : height_;
     frozen_ = false;
     flushTo(end);
   }
@@ -101,7 +113,9 @@ class PagePass : public JobSink {
   std::int64_t outY(std::int64_t y) const { return y * num_ / den_; }
   std::int64_t dotsInRow(std::int64_t oy) const {
     // Dots y with y * num / den == oy.
-    const auto first = [&](std::int64_t o) { return std::min((o * den_ + num_ - 1) / num_, page_.height); };
+    const auto first = [&](std::int64_t o) {
+      return std::min((o * den_ + num_ - 1) / num_, page_.height);
+    };
     return first(oy + 1) - first(oy);
   }
 
@@ -115,7 +129,8 @@ class PagePass : public JobSink {
       const auto rows = static_cast<std::uint64_t>(std::max<std::int64_t>(dotsInRow(base_), 1));
       for (std::size_t i = 0; i < out.size(); ++i) {
         const std::uint64_t area = std::max<std::uint64_t>(columns_[i / 3], 1) * rows;
-        out[i] = static_cast<std::uint8_t>(255 - std::min<std::uint64_t>((line[i] + area / 2) / area, 255));
+        out[i] = static_cast<std::uint8_t>(
+            255 - std::min<std::uint64_t>((line[i] + area / 2) / area, 255));
         line[i] = 0;
       }
       ok_ = writer_->row(out.data());
@@ -147,7 +162,8 @@ bool renderJob(const std::string& path, const RenderOptions& options, PageWriter
                std::string* error) {
   const JobSummary summary = summarize(path);
   if (!summary.ok) {
-    *error = "fault at offset " + std::to_string(summary.fault.offset) + ": " + summary.fault.message;
+    *error =
+        "fault at offset " + std::to_string(summary.fault.offset) + ": " + summary.fault.message;
     return false;
   }
   constexpr std::int64_t kLargest = 1 << 30;
@@ -162,9 +178,9 @@ bool renderJob(const std::string& path, const RenderOptions& options, PageWriter
       *error = "page " + std::to_string(p + 1) + " too large to draw";
       return false;
     }
-    const std::size_t cap = std::clamp<std::size_t>(
-        options.bandBytes / (static_cast<std::size_t>(width) * 24), 16,
-        static_cast<std::size_t>(height));
+    const std::size_t cap =
+        std::clamp<std::size_t>(options.bandBytes / (static_cast<std::size_t>(width) * 24), 16,
+                                static_cast<std::size_t>(height));
     if (!writer->begin(static_cast<int>(p + 1), static_cast<std::uint32_t>(width),
                        static_cast<std::uint32_t>(height))) {
       *error = writer->error;

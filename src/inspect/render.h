@@ -21,8 +21,8 @@ class PageWriter {
 };
 
 struct RenderOptions {
-  int scale = 1;  // printer dots per output pixel, each way
-  int width = 0;  // or output pixels across each page when above 0
+  int scale = 1;                                  // printer dots per output pixel, each way
+  int width = 0;                                  // or output pixels across each page when above 0
   std::size_t bandBytes = std::size_t{16} << 20;  // for the band of output rows
   std::function<void(int page, std::uint64_t done, std::uint64_t total)> progress;
 };

@@ -12,10 +12,14 @@ constexpr const char* kCompressionNames[] = {"none", "packbits", "seedrow", "blo
 
 int compressionSlot(int compression) {
   switch (compression) {
-    case 2: return 1;
-    case 3: return 2;
-    case 128: return 3;
-    default: return 0;
+    case 2:
+      return 1;
+    case 3:
+      return 2;
+    case 128:
+      return 3;
+    default:
+      return 0;
   }
 }
 
@@ -59,9 +63,9 @@ class Summarizer : public JobSink {
     for (const PlaneRow& p : planes) {
       image_->widthPixels = std::max(image_->widthPixels, model_->pixels(p.bytes.size()));
       if (p.compression != 128) image_->bytes[compressionSlot(p.compression)] += p.coded;
-      const std::uint8_t size[4] = {std::uint8_t(p.bytes.size() >> 24),
-                                    std::uint8_t(p.bytes.size() >> 16),
-                                    std::uint8_t(p.bytes.size() >> 8), std::uint8_t(p.bytes.size())};
+      const std::uint8_t size[4] = {
+          std::uint8_t(p.bytes.size() >> 24), std::uint8_t(p.bytes.size() >> 16),
+          std::uint8_t(p.bytes.size() >> 8), std::uint8_t(p.bytes.size())};
       image_->crc = crc32(crc32(image_->crc, size, 4), p.bytes.data(), p.bytes.size());
     }
   }
@@ -99,19 +103,20 @@ std::string planesText(const std::vector<std::uint8_t>& c) {
 std::string imageText(const ImageSummary& i) {
   const Placement& a = i.at;
   const std::vector<std::uint8_t>& c = a.configuration;
-  return format("image %d at %lld,%lld dots, file offset %zu: %lld/%lld x %lld/%lld dots a pixel, "
-                "colour space %d, %d plane%s (%s)\n"
-                "    %lld rows (%lld skipped), %lld pixels wide%s; bytes none %lld, packbits "
-                "%lld, seedrow %lld, block %lld; rows crc %08X\n",
-                a.image + 1, static_cast<long long>(a.x), static_cast<long long>(a.y), a.offset,
-                static_cast<long long>(a.dotsH), static_cast<long long>(a.pixelsH),
-                static_cast<long long>(a.dotsV), static_cast<long long>(a.pixelsV),
-                c.empty() ? -1 : c[0], c.size() < 2 ? -1 : static_cast<std::int8_t>(c[1]),
-                c.size() >= 2 && c[1] == 1 ? "" : "s", planesText(c).c_str(), static_cast<long long>(i.rows),
-                static_cast<long long>(i.skipped), static_cast<long long>(i.widthPixels),
-                i.blockWidth >= 0 ? format(" (block width %d)", i.blockWidth).c_str() : "",
-                static_cast<long long>(i.bytes[0]), static_cast<long long>(i.bytes[1]),
-                static_cast<long long>(i.bytes[2]), static_cast<long long>(i.bytes[3]), i.crc);
+  return format(
+      "image %d at %lld,%lld dots, file offset %zu: %lld/%lld x %lld/%lld dots a pixel, "
+      "colour space %d, %d plane%s (%s)\n"
+      "    %lld rows (%lld skipped), %lld pixels wide%s; bytes none %lld, packbits "
+      "%lld, seedrow %lld, block %lld; rows crc %08X\n",
+      a.image + 1, static_cast<long long>(a.x), static_cast<long long>(a.y), a.offset,
+      static_cast<long long>(a.dotsH), static_cast<long long>(a.pixelsH),
+      static_cast<long long>(a.dotsV), static_cast<long long>(a.pixelsV), c.empty() ? -1 : c[0],
+      c.size() < 2 ? -1 : static_cast<std::int8_t>(c[1]), c.size() >= 2 && c[1] == 1 ? "" : "s",
+      planesText(c).c_str(), static_cast<long long>(i.rows), static_cast<long long>(i.skipped),
+      static_cast<long long>(i.widthPixels),
+      i.blockWidth >= 0 ? format(" (block width %d)", i.blockWidth).c_str() : "",
+      static_cast<long long>(i.bytes[0]), static_cast<long long>(i.bytes[1]),
+      static_cast<long long>(i.bytes[2]), static_cast<long long>(i.bytes[3]), i.crc);
 }
 
 }  // namespace
@@ -154,8 +159,8 @@ std::string formatText(const JobSummary& s) {
 }
 
 std::string formatJson(const JobSummary& s) {
-  std::string out = "{\"file\": " + jsonString(s.name) + format(", \"size\": %llu,\n",
-                                                                static_cast<unsigned long long>(s.size));
+  std::string out = "{\"file\": " + jsonString(s.name) +
+                    format(", \"size\": %llu,\n", static_cast<unsigned long long>(s.size));
   out += " \"packets\": [";
   for (std::size_t i = 0; i < s.packetsJson.size(); ++i) {
     out += (i == 0 ? "\n  " : ",\n  ") + s.packetsJson[i];
@@ -184,9 +189,8 @@ std::string formatJson(const JobSummary& s) {
           n == 0 ? "" : ",", a.offset, static_cast<long long>(a.x), static_cast<long long>(a.y),
           static_cast<long long>(a.dotsH), static_cast<long long>(a.pixelsH),
           static_cast<long long>(a.dotsV), static_cast<long long>(a.pixelsV), depths.c_str(),
-          jsonString(planesText(a.configuration)).c_str(),
-          static_cast<long long>(i.rows), static_cast<long long>(i.skipped),
-          static_cast<long long>(i.widthPixels), i.blockWidth);
+          jsonString(planesText(a.configuration)).c_str(), static_cast<long long>(i.rows),
+          static_cast<long long>(i.skipped), static_cast<long long>(i.widthPixels), i.blockWidth);
       for (int k = 0; k < 4; ++k) {
         out += format("%s\"%s\": %lld", k == 0 ? "" : ", ", kCompressionNames[k],
                       static_cast<long long>(i.bytes[k]));

@@ -2,12 +2,12 @@
 
 #include <string>
 
+#include "config/job_files.h"
 #include "diag/diag.h"
 #include "driver/job.h"
 #include "raster_job.h"
 #include "support/support.h"
 #include "zelpgen/zelpgen.h"
-#include "config/job_files.h"
 
 namespace {
 

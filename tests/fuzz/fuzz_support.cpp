@@ -68,9 +68,9 @@ void readOneWay(LXBMPRecT* reader, const Way& way) {
 }  // namespace
 
 std::string writeInput(std::span<const std::uint8_t> bytes, const char* extension) {
-  static const std::filesystem::path folder =
-      std::filesystem::is_directory("/dev/shm") ? std::filesystem::path("/dev/shm")
-                                                : std::filesystem::temp_directory_path();
+  static const std::filesystem::path folder = std::filesystem::is_directory("/dev/shm")
+                                                  ? std::filesystem::path("/dev/shm")
+                                                  : std::filesystem::temp_directory_path();
   const std::string path =
       (folder / ("zelpgen-fuzz-" + std::to_string(getpid()) + extension)).string();
   const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "wb"));

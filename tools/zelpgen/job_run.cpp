@@ -90,8 +90,8 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
     if (trial) {
       MutedStdout muted;
       const char* dir = std::getenv("TMPDIR");
-      std::string name = std::string(dir != nullptr && *dir != '\0' ? dir : "/tmp") +
-                         "/zelpgen-check-XXXXXX";
+      std::string name =
+          std::string(dir != nullptr && *dir != '\0' ? dir : "/tmp") + "/zelpgen-check-XXXXXX";
       const int fd = mkstemp(name.data());
       if (fd >= 0) {
         close(fd);

@@ -45,9 +45,11 @@ int cli::runRender(std::span<char*> args) {
     } else if (std::strcmp(arg, "-o") == 0 && hasValue) {
       pattern = args[++i];
     } else if (std::strcmp(arg, "--scale") == 0 && hasValue) {
-      if ((scale = count(args[++i])) == 0) return usageError("render ", "--scale takes a number above 0");
+      if ((scale = count(args[++i])) == 0)
+        return usageError("render ", "--scale takes a number above 0");
     } else if (std::strcmp(arg, "--width") == 0 && hasValue) {
-      if ((width = count(args[++i])) == 0) return usageError("render ", "--width takes a number above 0");
+      if ((width = count(args[++i])) == 0)
+        return usageError("render ", "--width takes a number above 0");
     } else if (arg[0] == '-' || file != nullptr) {
       return usageError("render ", "expected FILE.dat -o PAGE-%d.png [--scale N | --width PX]");
     } else {
