@@ -4,7 +4,7 @@ set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
 packages=(cmake g++ make libpng-dev)
 case "${1:-build}" in
-  test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang) ;;
+  test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang clang-format-14) ;;
   bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev libbenchmark-dev pkg-config libtiff-tools) ;;
   fuzz) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config clang-14 libclang-rt-14-dev) ;;
 esac

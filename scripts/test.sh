@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks that folders include one way, then builds and runs every test: GCC plain, GCC under
-# AddressSanitizer and UndefinedBehaviorSanitizer, and Clang; the tests that run whole jobs again
+# Checks that folders include one way and that the sources are formatted (clang-format 14), then
+# builds and runs every test: GCC plain, GCC under AddressSanitizer and UndefinedBehaviorSanitizer, and Clang; the tests that run whole jobs again
 # under ThreadSanitizer (images of several bands are read on a second thread); then installs the
 # plain build and uses it as a host would (consumer-test.sh). The first three variants take
 # different build types, so that one run compiles Release, RelWithDebInfo and Debug.
@@ -8,6 +8,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/check-includes.sh
 bash scripts/deps.sh test
+bash scripts/check-format.sh
 jobs="$(nproc)"
 for variant in plain sanitize clang; do
   dir="build/test-$variant"
