@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Checks that folders include one way and that the sources are formatted (clang-format 14), then
-# builds and runs every test: GCC plain, GCC under AddressSanitizer and UndefinedBehaviorSanitizer, and Clang; the tests that run whole jobs again
-# under ThreadSanitizer (images of several bands are read on a second thread); then installs the
-# plain build and uses it as a host would (consumer-test.sh). The first three variants take
-# different build types, so that one run compiles Release, RelWithDebInfo and Debug.
+# Checks that folders include one way and that the sources are formatted (clang-format 14),
+# then builds and runs every test: GCC plain, GCC under AddressSanitizer and
+# UndefinedBehaviorSanitizer, and Clang; the tests that run whole jobs again under
+# ThreadSanitizer (images of several bands are read on a second thread); then installs the plain
+# build and uses it as a host would (consumer-test.sh). The first three variants take different
+# build types, so that one run compiles Release, RelWithDebInfo and Debug.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/check-includes.sh
