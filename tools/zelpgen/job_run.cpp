@@ -7,12 +7,14 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "commands.h"
 #include "diag/diag.h"
 #include "explain.h"
 #include "progress.h"
+#include "stderr_capture.h"
 #include "zelp/store.h"
 
 namespace {
@@ -130,6 +132,8 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
   sProgressReport = &outcome.report;
   sRowsSent = 0;
   setRowsSentHook(rowsSent);
+  std::optional<cli::StderrCapture> held;
+  if (trial) held.emplace();
   std::string scratch;
   try {
     if (trial) {
@@ -152,6 +156,18 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
     outcome.status = kExitOk;
   } catch (const JobFailed&) {
     outcome.status = kExitJobError;
+  }
+  if (held) {
+    const int errors = held->replay();
+    if (errors > 0 && outcome.status == kExitOk)
+      say(diag::Severity::kWarning,
+          {{},
+           0,
+           {},
+           {},
+           {},
+           std::to_string(errors) + " ERROR! line" + (errors > 1 ? "s" : "") + " above: what " +
+               (errors > 1 ? "they name is" : "it names is") + " left out of the print file"});
   }
   if (!scratch.empty()) {
     struct stat st {};

@@ -8,7 +8,7 @@
 
 namespace {
 
-bool sShown = false;
+std::FILE* sShownOn = nullptr;
 
 // "1234" rows; bytes in KiB when the total is small, else in MiB.
 std::string amount(double n, cli::Progress::Unit unit, double total) {
@@ -26,7 +26,12 @@ std::string amount(double n, cli::Progress::Unit unit, double total) {
 }  // namespace
 
 cli::Progress::Progress(std::string command) : command_(std::move(command)) {
-  enabled_ = isatty(STDERR_FILENO) != 0;
+  if (isatty(STDERR_FILENO) != 0) {
+    const int fd = dup(STDERR_FILENO);
+    out_ = fd >= 0 ? fdopen(fd, "w") : nullptr;
+    if (out_ == nullptr && fd >= 0) close(fd);
+  }
+  enabled_ = out_ != nullptr;
   if (const char* after = std::getenv("ZELPGEN_PROGRESS_AFTER")) {
     char* end = nullptr;
     const double seconds = std::strtod(after, &end);
@@ -35,14 +40,15 @@ cli::Progress::Progress(std::string command) : command_(std::move(command)) {
 }
 
 cli::Progress::~Progress() {
-  clearLine();
+  if (sShownOn == out_) clearLine();
+  if (out_ != nullptr) std::fclose(out_);
 }
 
 void cli::Progress::clearLine() {
-  if (!sShown) return;
-  std::fputs("\r\033[K", stderr);
-  std::fflush(stderr);
-  sShown = false;
+  if (sShownOn == nullptr) return;
+  std::fputs("\r\033[K", sShownOn);
+  std::fflush(sShownOn);
+  sShownOn = nullptr;
 }
 
 void cli::Progress::update(std::uint64_t done, std::uint64_t total, Unit unit,
@@ -52,7 +58,8 @@ void cli::Progress::update(std::uint64_t done, std::uint64_t total, Unit unit,
   last_ = done;
   const Clock::time_point now = Clock::now();
   const double seconds = std::chrono::duration<double>(now - start_).count();
-  if (seconds < after_ || (sShown && now - drawn_ < std::chrono::milliseconds(200))) return;
+  if (seconds < after_ || (sShownOn != nullptr && now - drawn_ < std::chrono::milliseconds(200)))
+    return;
   drawn_ = now;
   const double rate = seconds > 0 ? static_cast<double>(passes_ + done) / seconds : 0;
   const unsigned percent =
@@ -60,9 +67,9 @@ void cli::Progress::update(std::uint64_t done, std::uint64_t total, Unit unit,
   const auto whole = static_cast<double>(total);
   const char* rows = unit == Unit::kRows ? " rows" : "";
   std::fprintf(
-      stderr, "\rzelpgen %s: %s%s%s of %s%s (%u%%), %s%s/s\033[K", command_.c_str(), where.c_str(),
+      out_, "\rzelpgen %s: %s%s%s of %s%s (%u%%), %s%s/s\033[K", command_.c_str(), where.c_str(),
       where.empty() ? "" : ", ", amount(static_cast<double>(done), unit, whole).c_str(),
       amount(whole, unit, whole).c_str(), rows, percent, amount(rate, unit, 1e18).c_str(), rows);
-  std::fflush(stderr);
-  sShown = true;
+  std::fflush(out_);
+  sShownOn = out_;
 }
