@@ -155,7 +155,9 @@ diag::JobError cli::explained(diag::JobError e) {
       return e;
     }
   }
-  if (e.section == "ZELP" && e.reason == "unknown key" && access("zelpgencmd.inf", F_OK) != 0) {
+  if (e.section == "ZELP" && e.reason == "unknown key" && access("zelpgencmd.inf", F_OK) == 0) {
+    e.reason += "; zelpgencmd.inf defines no command of that name either";
+  } else if (e.section == "ZELP" && e.reason == "unknown key") {
     char cwd[PATH_MAX];
     const std::string here = getcwd(cwd, sizeof cwd) != nullptr ? cwd : ".";
     e.reason +=
