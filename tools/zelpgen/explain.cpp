@@ -123,6 +123,11 @@ std::optional<diag::JobError> cli::unreadLead(const std::string& job,
     if (trimmed(cut.substr(0, cut.find('=')).c_str()) == "OutFilePath") outFilePath = n;
   }
   if (first == 0) return std::nullopt;
+  // An OutFilePath read later still names the print file.
+  while (outFilePath != 0 && sReadLine(buf, kLineSize, file.get()) != nullptr) {
+    const std::string cut = beforeComment(trimmed(buf));
+    if (trimmed(cut.substr(0, cut.find('=')).c_str()) == "OutFilePath") outFilePath = 0;
+  }
   std::string reason = cause + ": " + linesAreNotRead(first, last);
   reason += header != 0 ? " (up to " + headerText + " on line " + std::to_string(header) + ")"
                         : " (no section header follows)";
