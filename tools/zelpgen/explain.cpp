@@ -144,14 +144,15 @@ diag::JobError cli::explained(diag::JobError e) {
     const std::size_t hash = text.find('#');
     if (text.empty()) {
       e.key.clear();
-      e.reason = "a line of blanks is read as a key with no name (" + e.reason +
-                 "); leave blank lines empty";
+      e.reason = "a line of blanks is read as a key with no name: " + e.reason +
+                 "; leave blank lines empty";
       return e;
     }
     if (hash != std::string::npos && hash > 0 && isHeader(beforeComment(text))) {
       e.key = text;
-      e.reason = "a comment after a section header makes the line a key, not a header (" +
-                 e.reason + "); put the comment on a line of its own";
+      e.reason =
+          "a comment after a section header makes the line a key, not a header: " + e.reason +
+          "; put the comment on a line of its own";
       return e;
     }
     if (hash != std::string::npos &&
