@@ -17,6 +17,9 @@ class StderrCapture {
   // Gives stderr back, writes to it what was held, and counts the "ERROR! " lines among it.
   int replay();
 
+  // The same for a signal handler about to end the process: system calls only, nothing counted.
+  static void replayForSignal();
+
  private:
   std::FILE* held_ = nullptr;
   int saved_ = -1;
