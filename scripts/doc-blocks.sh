@@ -1,8 +1,9 @@
 #!/bin/sh
-# Rewrites, or with --check compares, the blocks of docs/ that quote the program's own output:
-# the common errors of configuration.md (messages taken from the command-line cases, which
-# tests/cli/run.sh holds against the real program) and the inspect listing of
-# command-definitions.md (the raw-packets example printed and inspected by ZELPGEN).
+# Rewrites, or with --check compares, the blocks of the docs that quote the program's own
+# output: the common errors of configuration.md and the image problems of README.md (messages
+# and statuses taken from the command-line cases, which tests/cli/run.sh holds against the real
+# program) and the inspect listing of command-definitions.md (the raw-packets example printed
+# and inspected by ZELPGEN).
 #   scripts/doc-blocks.sh [--check] ZELPGEN
 set -eu
 check=0
@@ -45,6 +46,21 @@ replace() {
   done
 } >"$work/errors"
 replace "$root/docs/configuration.md" common-errors "$work/errors"
+
+# Image problems: one row per case of docs/image-problems.tsv, with how `zelpgen job.cfg` ends
+# and the first line it says on stderr.
+{
+  echo '| The image | `zelpgen JOB.cfg` ends with | and says on stderr (`check` and `--strict`: status 1) |'
+  echo '|---|---|---|'
+  grep -v '^#' "$root/docs/image-problems.tsv" | while IFS='	' read -r name what; do
+    [ -n "$name" ] || continue
+    case=$root/tests/cli/cases/$name
+    [ ! -f "$case/args" ] || { echo "tests/cli/cases/$name is not run as zelpgen job.cfg" >&2; exit 1; }
+    message=$(head -n 1 "$case/expected.stderr")
+    printf '| %s | %s | `%s` |\n' "$what" "$(cat "$case/expected.status")" "$message"
+  done
+} >"$work/images"
+replace "$root/README.md" image-problems "$work/images"
 
 # The raw-packets example as inspect shows it.
 mkdir "$work/job"

@@ -17,16 +17,31 @@
  * Standard output and standard error
  *   stdout: the JobTime value and the [ZELP_Raw] packet lines as they are read, the errors of a
  *   faulty command definition file, and the names of missing sections of a faulty job.
- *   stderr: "ERROR! <message>(<code>)" for an image or raster problem (an image that cannot be
- *   opened or read); the job goes on with the next image and the call still returns.
+ *   stderr: nothing but "ERROR! <message>(<code>)" lines, each for a part of the job that is
+ *   left out while the job goes on and the call still returns 0:
+ *     - "KELM_SetImageProcessingFile: too many files(6)": a seventh or later
+ *       ImageProcessingFile (only the first six are sent);
+ *     - "LXTiff_New can't open '<path>'. (errno=<e>)", "LXWindowsBMP_New ..." or, for a table
+ *       file, "LXBMP_New ...", followed by a line "(<e>)": a file that could be opened when the
+ *       job was read but not when it is sent (removed or made unreadable in between);
+ *     - "LXewGWorld failed.(12)": a band of 300 rows of an image would take more than 1 GiB;
+ *       the image is left out;
+ *     - "... memory error(<errno>)": memory refused.
+ *   Every other problem of an image is silent: a file that is not a TIFF or BMP, not named
+ *   .tif/.tiff/.bmp, a tiled TIFF, a top-down BMP, a header claiming rows the file cannot hold
+ *   (nothing of the image is printed), an LZW, Deflate or other compression the readers do not
+ *   decode (its bytes go out as rows), a pixel depth no reader fills (the plane is blank). The
+ *   zelpgen program warns of each of these; its `check` fails on them and on ERROR! lines.
+ *   An image or table file that cannot be opened when the job is read ends the job (below).
  *   Output goes through the process's stdio buffers; flush them before fork() in the host.
  *
  * A configuration error ends the calling process
  *   A job that cannot be run (an unreadable or malformed configuration file, a missing required
- *   section, a faulty command definition file, an output file that cannot be created, a path too
- *   long) calls exit(1): atexit handlers run and the process ends with status 1; the call never
- *   returns. A host that must survive bad jobs runs each job in a child process (fork, then
- *   waitpid and WEXITSTATUS); examples/host/ shows how.
+ *   section, a faulty command definition file, an image or table file that cannot be opened when
+ *   the job is read, an output file that cannot be created, a path too long) calls exit(1):
+ *   atexit handlers run and the process ends with status 1; the call never returns, and stderr
+ *   says nothing of why (the zelpgen program does). A host that must survive bad jobs runs each
+ *   job in a child process (fork, then waitpid and WEXITSTATUS); examples/host/ shows how.
  *
  * The command definition file
  *   "zelpgencmd.inf", which may define further job-control commands, is read from the process's
@@ -51,8 +66,9 @@
  *   path, or a default output name that does not fit, ends the process with status 1.
  *
  * Result
- *   0 when the print file has been written (image problems reported on stderr included). There is
- *   no other return value: failures that stop the job end the process as described above.
+ *   0 when the print file has been written, ERROR! lines and silent image problems included.
+ *   There is no other return value: failures that stop the job end the process as described
+ *   above.
  *   Process exit status seen by a host running the job in a child: 0 done, 1 job error.
  */
 #ifndef ZELPGEN_ZELPGEN_H

@@ -356,8 +356,8 @@ void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine
   if (e->colorSpace == color_space::kPixelRGB && planes != 3)
     fail("ColorSpace 18 takes the three depths R, G and B; " + given + " given");
   if (!planesAllowed(e->colorSpace, e->numOfPlanes))
-    fail(std::to_string(e->numOfPlanes) + " planes are not allowed with ColorSpace " +
-         std::to_string(e->colorSpace));
+    fail(std::to_string(e->numOfPlanes) + (e->numOfPlanes == 1 ? " plane is" : " planes are") +
+         " not allowed with ColorSpace " + std::to_string(e->colorSpace));
   setMode(e);
 }
 

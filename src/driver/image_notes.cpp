@@ -1,5 +1,6 @@
 // What the page loop would leave out without a word: each image file is opened once, as the
 // loop opens it, and the record it yields says why nothing (or something wrong) will be read.
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
@@ -28,20 +29,27 @@ std::uint32_t word(const unsigned char* b, int n, bool little) {
   return v;
 }
 
-// The first directory names tiles instead of strips.
-bool isTiled(const char* path) {
+// What the first directory says beyond what the reader keeps.
+struct FirstDirectory {
+  bool tiled = false;
+  std::uint32_t length = 0;  // ImageLength: the picture's rows
+};
+
+FirstDirectory firstDirectory(const char* path) {
+  FirstDirectory found;
   LXFilePtr f{std::fopen(path, "rb")};
   unsigned char b[12];
-  if (!f || std::fread(b, 1, 8, f.get()) != 8) return false;
+  if (!f || std::fread(b, 1, 8, f.get()) != 8) return found;
   const bool little = b[0] == 'I';
   if (std::fseek(f.get(), static_cast<long>(word(b + 4, 4, little)), SEEK_SET) != 0 ||
       std::fread(b, 1, 2, f.get()) != 2)
-    return false;
+    return found;
   for (std::uint32_t n = word(b, 2, little); n > 0 && std::fread(b, 1, 12, f.get()) == 12; --n) {
     const std::uint32_t tag = word(b, 2, little);
-    if (tag == 322 || tag == 324) return true;
+    if (tag == 322 || tag == 324) found.tiled = true;
+    if (tag == 257) found.length = word(b + 8, word(b + 2, 2, little) == 3 ? 2 : 4, little);
   }
-  return false;
+  return found;
 }
 
 std::string compressionName(std::uint32_t code) {
@@ -62,28 +70,32 @@ std::string compressionName(std::uint32_t code) {
   }
 }
 
-void noteTiff(const LXTiffRecT& rec, const std::string& path) {
+void noteTiff(const LXTiffRecT& rec, const std::string& path, ImageFileSummary* summary) {
   if (rec.stream) {
-    if (rec.compression != kTiffCompressionNone && rec.compression != kTiffCompressionPackBits)
-      diag::warn(path + " uses " + compressionName(rec.compression) +
+    summary->height = std::max(firstDirectory(rec.path.get()).length, rec.height);
+    if (rec.compression != kTiffCompressionNone && rec.compression != kTiffCompressionPackBits) {
+      summary->compression = compressionName(rec.compression);
+      diag::warn(path + " uses " + summary->compression +
                  ", which is not read; its rows go out as stored");
+    }
     return;
   }
   if (rec.byteOrder == 0) {
     diag::warn(path + " is not a TIFF file" + kLeftOut);
   } else if (!rec.stripOffsets) {
-    diag::warn(
-        path +
-        (isTiled(rec.path.get()) ? " is a tiled TIFF, which is not read" : " has no strip table") +
-        kLeftOut);
+    diag::warn(path +
+               (firstDirectory(rec.path.get()).tiled ? " is a tiled TIFF, which is not read"
+                                                     : " has no strip table") +
+               kLeftOut);
   } else {
     diag::warn(path + " has a header that claims rows the file cannot hold" + kLeftOut);
   }
 }
 
-void noteBmp(const LXWindowsBMPRecT& rec, const std::string& path) {
+void noteBmp(const LXWindowsBMPRecT& rec, const std::string& path, ImageFileSummary* summary) {
   std::size_t got = 0;
   const auto head = fileHead(path.c_str(), &got);
+  if (rec.stream && got >= 34) summary->height = std::max(word(&head[22], 4, true), rec.height);
   if (got < 34 || head[0] != 'B' || head[1] != 'M') {
     diag::warn(path + " is not a BMP file" + kLeftOut);
   } else if (!rec.stream && static_cast<std::int32_t>(word(&head[22], 4, true)) < 0) {
@@ -91,7 +103,8 @@ void noteBmp(const LXWindowsBMPRecT& rec, const std::string& path) {
   } else if (!rec.stream) {
     diag::warn(path + " has a header that claims rows the file cannot hold" + kLeftOut);
   } else if (const std::uint32_t compression = word(&head[30], 4, true); compression != 0) {
-    diag::warn(path + " uses BMP compression " + std::to_string(compression) +
+    summary->compression = "BMP compression " + std::to_string(compression);
+    diag::warn(path + " uses " + summary->compression +
                ", which is not read; its rows go out as stored");
   }
 }
@@ -135,19 +148,21 @@ void noteImages(const parameter* p, const std::string& configPath, JobReport* re
         image.line = e->imageFileLine[file];
       diag::setPlace(configPath, e->imageFileLine[file], "Image", key, path);
       std::unique_ptr<LXBMPRecT> rec = LXBMP_New(path.c_str());
-      ImageFileSummary summary{key, path, kindName(rec.get(), path), 0, 0};
+      ImageFileSummary summary{key, path, kindName(rec.get(), path), 0, 0, 0, {}};
+      if (rec && rec->stream) {
+        summary.width = rec->width;
+        summary.height = summary.rows = rec->height;
+      }
       if (!rec) {
         diag::warn(path + " cannot be opened" + kLeftOut);
       } else if (rec->kind == kLXKindTIFF) {
-        noteTiff(static_cast<const LXTiffRecT&>(*rec), path);
+        noteTiff(static_cast<const LXTiffRecT&>(*rec), path, &summary);
       } else if (rec->kind == kLXKindBMP) {
-        noteBmp(static_cast<const LXWindowsBMPRecT&>(*rec), path);
+        noteBmp(static_cast<const LXWindowsBMPRecT&>(*rec), path, &summary);
       } else {
         diag::warn(path + " is not named as a TIFF or BMP file (.tif, .tiff, .bmp)" + kLeftOut);
       }
       if (rec && rec->stream) {
-        summary.width = rec->width;
-        summary.height = rec->height;
         if (p->printableWidthInPixel > 0 &&
             rec->width > static_cast<std::uint32_t>(p->printableWidthInPixel))
           diag::warn(path + " is " + std::to_string(rec->width) +

@@ -16,9 +16,11 @@ struct JobOptions {
 struct ImageFileSummary {
   std::string key;  // ImageFileK, ...
   std::string path;
-  std::string kind;  // TIFF, BMP or the extension read
-  std::uint32_t width = 0;
+  std::string kind;         // TIFF, BMP or the extension read
+  std::uint32_t width = 0;  // as the file's header gives them
   std::uint32_t height = 0;
+  std::uint32_t rows = 0;   // what its reader gives: fewer than height in a cut file
+  std::string compression;  // a compression the reader does not decode, by name
 };
 
 struct ImageSummary {
@@ -37,6 +39,10 @@ struct JobReport {
 };
 
 int runJob(const char* path, const JobOptions& options, JobReport* report);
+
+// Called on the job's thread after each band of rows is sent; none by default.
+using RowsSentHook = void (*)(std::int32_t rows);
+void setRowsSentHook(RowsSentHook hook);
 
 // Warns of what the page loop leaves out of or sends wrongly from each image file, and fills
 // the report's image list. Opens every file once; writes nothing.

@@ -36,12 +36,16 @@ class ShutOnUnwind {
   int mExceptions;
 };
 
+// Every error of the file, one a line, each after the first led by the file's name.
 std::string definitionErrors(const _CMDFILEINFO* set) {
-  std::string first = set->errors.front();
-  first = first.substr(0, first.find('\n'));
-  if (first.rfind("[Error] ", 0) == 0) first.erase(0, 8);
-  if (set->errors.size() > 1) first += " (and " + std::to_string(set->errors.size() - 1) + " more)";
-  return first;
+  std::string all;
+  for (const std::string& error : set->errors) {
+    std::string line = error.substr(0, error.find('\n'));
+    if (line.rfind("[Error] ", 0) == 0) line.erase(0, 8);
+    if (!all.empty()) all += "\n" + set->fileName + ": ";
+    all += line;
+  }
+  return all;
 }
 
 }  // namespace

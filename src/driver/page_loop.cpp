@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "driver/driver.h"
+#include "driver/job.h"
 #include "image/lxbmp.h"
 #include "image/lxgworld.h"
 #include "kelm/codes.h"
@@ -25,6 +26,8 @@ constexpr std::int32_t kBandRows = 300;
 constexpr std::uint64_t kReadAheadBytes = std::uint64_t{64} << 20;
 
 using Reader = std::unique_ptr<LXBMPRecT>;
+
+RowsSentHook sRowsSent = nullptr;
 
 bool given(const imageParameter* e, int file) {
   return e->imageFile[file][0] != '\0';
@@ -361,6 +364,7 @@ void sendBands(const imageParameter* entry, const ImageFiles& files, Bands& band
   for (;;) {
     if (reading != nullptr) ahead->read(reading);
     KELM_SendBand(sending == &bands ? planes : twinPlanes.get(), rows, entry->mode);
+    if (sRowsSent != nullptr) sRowsSent(rows);
     if (reading != nullptr) {
       rows = ahead->rows();
       std::swap(sending, reading);
@@ -372,6 +376,10 @@ void sendBands(const imageParameter* entry, const ImageFiles& files, Bands& band
 }
 
 }  // namespace
+
+void setRowsSentHook(RowsSentHook hook) {
+  sRowsSent = hook;
+}
 
 int processKELMImageData(const imageParameter* entry) {
   ImageFiles files;

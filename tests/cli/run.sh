@@ -29,11 +29,17 @@ fresh() {
   echo "$d"
 }
 
-# run DIR OUT COMMAND...: stdout, stderr and status of COMMAND run in DIR into OUT.*
+# run DIR OUT COMMAND...: stdout, stderr and status of COMMAND run in DIR into OUT.*; the
+# folder it ran in reads CWD in them.
 run() {
   dir=$1 out=$2
   shift 2
   (cd "$dir" && "$@" >"$out.stdout" 2>"$out.stderr"; echo $? >"$out.status")
+  for part in stdout stderr; do
+    if grep -qF "$dir" "$out.$part"; then
+      sed "s|$dir|CWD|g" "$out.$part" >"$out.tmp" && mv "$out.tmp" "$out.$part"
+    fi
+  done
 }
 
 for name in "$@"; do

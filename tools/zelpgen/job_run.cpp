@@ -3,13 +3,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "commands.h"
 #include "diag/diag.h"
+#include "explain.h"
+#include "progress.h"
+#include "stderr_capture.h"
 #include "zelp/store.h"
 
 namespace {
@@ -34,11 +39,46 @@ void say(diag::Severity severity, const diag::JobError& error) {
   diag::JobError e = error;
   if (e.file.empty()) e.file = sJobArgument;
   const bool warning = severity == diag::Severity::kWarning;
+  if (!warning) e = cli::explained(std::move(e));
   if (warning) ++sWarnings;
-  if (!warning || !sQuiet)
-    std::fprintf(stderr, "zelpgen: %s%s\n", warning ? "warning: " : "",
-                 shown(diag::describe(e)).c_str());
+  if (!warning || !sQuiet) {
+    cli::Progress::clearLine();
+    // A message of several lines (every error of a definition file) is led line by line.
+    std::string text = shown(diag::describe(e));
+    for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1))
+      text.insert(at + 1, "zelpgen: ");
+    std::fprintf(stderr, "zelpgen: %s%s\n", warning ? "warning: " : "", text.c_str());
+  }
   if (!warning) throw JobFailed{};
+}
+
+// Where the library puts the print file when the job names none: the job's full path with its
+// last extension (the last dot of the whole path) replaced.
+std::string defaultPrintFile(const char* job) {
+  char full[PATH_MAX];
+  std::string name = realpath(job, full) != nullptr ? full : job;
+  const std::size_t dot = name.rfind('.');
+  if (dot != std::string::npos) name.erase(dot);
+  return shown(name + ".dat");
+}
+
+// Rows sent so far against all the job's images hold, on every page.
+JobReport* sProgressReport = nullptr;
+cli::Progress* sProgress = nullptr;
+std::uint64_t sRowsSent = 0;
+
+void rowsSent(std::int32_t rows) {
+  if (sProgress == nullptr || sProgressReport == nullptr) return;
+  sRowsSent += static_cast<std::uint64_t>(rows);
+  std::uint64_t total = 0;
+  for (const ImageSummary& image : sProgressReport->images) {
+    std::uint64_t most = 0;
+    for (const ImageFileSummary& file : image.files)
+      most = std::max<std::uint64_t>(most, file.rows);
+    total += most;
+  }
+  total *= static_cast<std::uint64_t>(std::max(sProgressReport->pages, 0));
+  sProgress->update(sRowsSent, std::max(total, sRowsSent), cli::Progress::Unit::kRows);
 }
 
 // The trial wrote elsewhere: the job's own print file must be creatable too.
@@ -85,6 +125,15 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
   sWarnings = 0;
   sJobArgument = path;
   diag::setHook(say);
+  if (const auto lead = cli::unreadLead(path, defaultPrintFile(path)))
+    say(diag::Severity::kWarning, *lead);
+  cli::Progress progress(trial ? "check" : "print");
+  sProgress = &progress;
+  sProgressReport = &outcome.report;
+  sRowsSent = 0;
+  setRowsSentHook(rowsSent);
+  std::optional<cli::StderrCapture> held;
+  if (trial) held.emplace();
   std::string scratch;
   try {
     if (trial) {
@@ -108,11 +157,26 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
   } catch (const JobFailed&) {
     outcome.status = kExitJobError;
   }
+  if (held) {
+    const int errors = held->replay();
+    if (errors > 0 && outcome.status == kExitOk)
+      say(diag::Severity::kWarning,
+          {{},
+           0,
+           {},
+           {},
+           {},
+           std::to_string(errors) + " ERROR! line" + (errors > 1 ? "s" : "") + " above: what " +
+               (errors > 1 ? "they name is" : "it names is") + " left out of the print file"});
+  }
   if (!scratch.empty()) {
     struct stat st {};
     if (stat(scratch.c_str(), &st) == 0) outcome.bytes = static_cast<long long>(st.st_size);
     std::remove(scratch.c_str());
   }
+  setRowsSentHook(nullptr);
+  sProgress = nullptr;
+  sProgressReport = nullptr;
   diag::setHook(nullptr);
   outcome.warnings = sWarnings;
   outcome.report.outFile = shown(outcome.report.outFile);

@@ -13,14 +13,16 @@ constexpr const char* kUsage =
     "       zelpgen check [--quiet] JOB.cfg\n"
     "       zelpgen inspect FILE.dat\n"
     "       zelpgen render FILE.dat -o PAGE-%d.png\n"
+    "       zelpgen help [COMMAND]\n"
     "\n"
     "  print    write the print file of the job configuration JOB.cfg\n"
     "  check    read and check the job without writing a print file\n"
     "  inspect  list and check the packets and raster of a print file\n"
     "  render   draw the pages of a print file as PNG images\n"
+    "  help     show this text, or a command's own\n"
     "\n"
-    "  --help     show this text (`zelpgen COMMAND --help` for a command's own)\n"
-    "  --version  show the version\n"
+    "  -h, --help  show this text (`zelpgen COMMAND --help` for a command's own)\n"
+    "  --version   show the version\n"
     "\n"
     "Errors and warnings go to stderr as 'zelpgen: JOB.cfg:LINE: [Section] Key: why'.\n"
     "Image and table files are found relative to JOB.cfg's folder; the command definition\n"
@@ -41,6 +43,21 @@ constexpr Subcommand kSubcommands[] = {
     {"inspect", cli::runInspect},
     {"render", cli::runRender},
 };
+
+// `zelpgen help [COMMAND]`: the usage, or the command's own as its --help gives it.
+int help(std::span<char*> args) {
+  if (args.empty()) {
+    std::fputs(kUsage, stdout);
+    return cli::kExitOk;
+  }
+  char option[] = "--help";
+  char* helpArgs[] = {option};
+  for (const Subcommand& sub : kSubcommands) {
+    if (args.size() == 1 && std::strcmp(args[0], sub.name) == 0)
+      return sub.run(std::span<char*>(helpArgs));
+  }
+  return cli::usageError("", "help takes one command: print, check, inspect or render");
+}
 
 }  // namespace
 
@@ -65,6 +82,7 @@ int main(int argc, char** argv) {
   for (const Subcommand& sub : kSubcommands) {
     if (std::strcmp(first, sub.name) == 0) return sub.run(args.subspan(1));
   }
+  if (std::strcmp(first, "help") == 0) return help(args.subspan(1));
   // The short form: `zelpgen JOB.cfg [options]` prints the job.
   return cli::runPrint(args);
 }

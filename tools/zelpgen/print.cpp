@@ -11,8 +11,9 @@ constexpr const char* kUsage =
     "Writes the print file of the job configuration JOB.cfg (by default JOB.dat beside it,\n"
     "or the [Global] OutFilePath). Errors and warnings go to stderr.\n"
     "\n"
-    "  --quiet   leave warnings out\n"
-    "  --strict  any warning fails the job before a print file is written\n"
+    "  --quiet   leave out warnings that do not fail the job\n"
+    "  --strict  any warning fails the job before a print file is written (and is said,\n"
+    "            --quiet or not)\n"
     "\n"
     "Exit status: 0 printed, 1 job error (or a warning under --strict), 2 usage error.\n";
 
@@ -39,8 +40,8 @@ int cli::runPrint(std::span<char*> args) {
   }
   if (job == nullptr) return usageError("print ", "expected one JOB.cfg");
   if (strict) {
-    // A trial first, so a warning leaves no print file behind.
-    const JobOutcome trial = runJobSaying(job, quiet, true);
+    // A trial first, so a warning leaves no print file behind; what fails it is always said.
+    const JobOutcome trial = runJobSaying(job, false, true);
     if (trial.status != kExitOk || trial.warnings > 0) return kExitJobError;
   }
   return runJobSaying(job, quiet || strict, false).status;

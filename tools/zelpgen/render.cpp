@@ -1,6 +1,4 @@
 // zelpgen render: draws the pages of a print file as PNG files.
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +9,7 @@
 #ifdef ZELPGEN_HAVE_PNG
 #include "inspect/render.h"
 #include "png_pages.h"
+#include "progress.h"
 #endif
 
 namespace {
@@ -67,17 +66,14 @@ int cli::runRender(std::span<char*> args) {
   inspect::RenderOptions options;
   options.scale = scale != 0 ? scale : 1;
   options.width = width;
-  const bool terminal = isatty(STDERR_FILENO) != 0;
-  if (terminal) {
-    options.progress = [](int page, std::uint64_t done, std::uint64_t total) {
-      std::fprintf(stderr, "\rpage %d: %3llu%%", page,
-                   static_cast<unsigned long long>(total == 0 ? 100 : done * 100 / total));
-    };
-  }
+  Progress progress("render");
+  options.progress = [&progress](int page, std::uint64_t done, std::uint64_t total) {
+    progress.update(done, total, Progress::Unit::kBytes, "page " + std::to_string(page));
+  };
   PngPages pages(pattern);
   std::string error;
   const bool ok = inspect::renderJob(file, options, &pages, &error);
-  if (terminal) std::fputs("\r\033[K", stderr);
+  Progress::clearLine();
   if (!ok) {
     std::fprintf(stderr, "zelpgen: %s: %s\n", file, error.c_str());
     return kExitJobError;
