@@ -73,10 +73,12 @@ bool oddFile(const struct stat& st) {
   return !S_ISREG(st.st_mode) && !S_ISDIR(st.st_mode);
 }
 
-cli::InputState observe(const std::string& path, const diag::JobError& place) {
+cli::InputState observe(const std::string& path, const diag::JobError& place,
+                        const std::string& role) {
   cli::InputState in;
   in.path = path;
   in.place = place;
+  in.role = role;
   struct stat st {};
   if (stat(path.c_str(), &st) != 0) return in;
   in.exists = true;
@@ -85,13 +87,6 @@ cli::InputState observe(const std::string& path, const diag::JobError& place) {
   in.size = st.st_size;
   in.modified = static_cast<long long>(st.st_mtim.tv_sec) * 1000000000LL + st.st_mtim.tv_nsec;
   return in;
-}
-
-std::string what(const cli::InputState& in) {
-  if (in.place.key.empty()) return "the job file " + in.path;
-  if (in.place.line == 0) return "the command definition file " + in.path;
-  return "the " + in.place.key + " file " + in.path + " (line " + std::to_string(in.place.line) +
-         ")";
 }
 
 // Empty when the file is one whole job in order; else where and why not.
@@ -193,12 +188,16 @@ std::vector<diag::JobError> cli::refusals(const char* job, JobPlan* plan) {
 
   plan->outFile = report.outFile;
   plan->outFileLine = report.outFileLine;
-  plan->inputs.push_back(observe(job, {job, 0, {}, {}, {}, {}}));
+  plan->inputs.push_back(
+      observe(job, {job, 0, {}, {}, {}, {}}, std::string("the job file ") + job));
   if (access(kDefinitions, F_OK) == 0)
-    plan->inputs.push_back(observe(kDefinitions, {kDefinitions, 0, {}, {}, {}, {}}));
+    plan->inputs.push_back(observe(kDefinitions, {kDefinitions, 0, {}, {}, {}, {}},
+                                   std::string("the command definition file ") + kDefinitions));
   for (const JobInput& in : report.inputs) {
     const char* section = in.key == "ImageProcessingFile" ? "Global" : "Image";
-    plan->inputs.push_back(observe(in.path, {job, in.line, section, in.key, in.path, {}}));
+    plan->inputs.push_back(
+        observe(in.path, {job, in.line, section, in.key, in.path, {}},
+                "the " + in.key + " file " + in.path + " (line " + std::to_string(in.line) + ")"));
     if (stat(in.path.c_str(), &st) == 0 && oddFile(st)) {
       diag::JobError e = plan->inputs.back().place;
       e.reason = in.path + " is " + kindOf(st.st_mode) + ", not a regular file";
@@ -228,13 +227,13 @@ std::vector<diag::JobError> cli::refusals(const char* job, JobPlan* plan) {
   if (S_ISDIR(st.st_mode)) refuse("the print file " + name + " is a folder");
   for (const InputState& in : plan->inputs)
     if (in.exists && in.device == st.st_dev && in.inode == st.st_ino)
-      refuse("the print file " + name + " would overwrite " + what(in));
+      refuse("the print file " + name + " would overwrite " + in.role);
   return out;
 }
 
 const cli::InputState* cli::changedInput(const JobPlan& plan) {
   for (const InputState& in : plan.inputs) {
-    const InputState now = observe(in.path, in.place);
+    const InputState now = observe(in.path, in.place, in.role);
     if (now.exists != in.exists || now.device != in.device || now.inode != in.inode ||
         now.size != in.size || now.modified != in.modified)
       return &in;

@@ -33,6 +33,7 @@ class MutedStdout {
 struct InputState {
   std::string path;
   diag::JobError place;  // for a message naming it
+  std::string role;      // "the job file job.cfg", ...
   bool exists = false;
   dev_t device = 0;
   ino_t inode = 0;
