@@ -348,8 +348,8 @@ void cli::PrintFile::fail() {
   }
   const std::string kept = keepFailed();
   if (!kept.empty())
-    std::fprintf(stderr, "zelpgen: %s: the print file is not complete%s\n", shown(mFinal).c_str(),
-                 kept.c_str());
+    std::fprintf(stderr, "zelpgen: %s: the job failed after its print file was begun%s\n",
+                 shown(mFinal).c_str(), kept.c_str());
 }
 
 std::string cli::PrintFile::keepFailed() {
