@@ -16,6 +16,7 @@
 
 #include "config/parameter.h"
 #include "inspect/packets.h"
+#include "zelp/codes.h"
 #include "zelp/lxfile.h"
 
 namespace {
@@ -89,7 +90,21 @@ cli::InputState observe(const std::string& path, const diag::JobError& place,
   return in;
 }
 
-// Empty when the file is one whole job in order; else where and why not.
+// The job's last packet, the end of the job, is the last thing in the file.
+bool endsWithJobEnd(std::FILE* file, long long size) {
+  constexpr long kEnd = 21;  // header and its one parameter
+  std::vector<std::uint8_t> bytes(kEnd);
+  inspect::Packet packet;
+  std::string error;
+  return size >= kEnd && std::fseek(file, static_cast<long>(size - kEnd), SEEK_SET) == 0 &&
+         std::fread(bytes.data(), 1, bytes.size(), file) == bytes.size() &&
+         inspect::decodePacket(bytes, 0, &packet, &error) == bytes.size() &&
+         packet.operation == zelp::kEndJob;
+}
+
+// Empty when the file is whole: every byte the job wrote is there and it ends the job. Packets
+// that are not whole are the job's own making (raw packets given byte by byte), which check
+// reports: the file then is whole when its size and last packet are right.
 std::string readBack(const std::string& path, long long written) {
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                        &std::fclose);
@@ -99,6 +114,7 @@ std::string readBack(const std::string& path, long long written) {
   std::vector<std::uint8_t> bytes;
   std::size_t at = 0, last = 0;
   std::string error;
+  bool whole = true;
   for (;;) {
     bytes.resize(20);
     const std::size_t head = std::fread(bytes.data(), 1, bytes.size(), file.get());
@@ -110,13 +126,19 @@ std::string readBack(const std::string& path, long long written) {
       bytes.resize(20 + std::fread(bytes.data() + 20, 1, length, file.get()));
     }
     const std::size_t used = inspect::decodePacket(bytes, at, &packet, &error);
-    if (used == 0 || !checker.add(packet, &error)) return error;
+    if (used == 0 || !checker.add(packet, &error)) {
+      whole = false;
+      break;
+    }
     last = at;
     at += used;
   }
-  if (!checker.finish(last, &error)) return error;
-  if (static_cast<long long>(at) != written)
-    return std::to_string(at) + " bytes where the job wrote " + std::to_string(written);
+  if (whole && !checker.finish(last, &error)) return error;
+  struct stat st {};
+  const long long size = fstat(fileno(file.get()), &st) == 0 ? st.st_size : -1;
+  if (size != written)
+    return std::to_string(size) + " bytes where the job wrote " + std::to_string(written);
+  if (!whole && !endsWithJobEnd(file.get(), size)) return error;
   return {};
 }
 
