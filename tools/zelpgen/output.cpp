@@ -296,6 +296,8 @@ bool cli::PrintFile::open(const std::string& finalName, bool noWait, std::string
   char real[PATH_MAX];
   if (exists && realpath(finalName.c_str(), real) != nullptr) mFinal = real;
   const std::string part = mFinal + ".part";
+  // The library would cut a longer name: such a file is written in place.
+  if (part.size() >= kPathSize - 1) return true;
   for (;;) {
     const int fd = ::open(part.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
     // Nowhere to put it beside: the library writes in place, or says why it cannot.
@@ -330,12 +332,17 @@ bool cli::PrintFile::open(const std::string& finalName, bool noWait, std::string
   }
   mWrite = part;
   mDirect = false;
+  watch();
+  return true;
+}
+
+// From here a signal sets what is being written aside.
+void cli::PrintFile::watch() {
   copyPath(sFailed, sizeof sFailed, mFinal + ".failed");
   std::snprintf(sNote, sizeof sNote,
                 "zelpgen: %s: stopped by a signal: the unfinished print file is kept as %s\n",
                 shown(mFinal).c_str(), shown(sFailed).c_str());
-  copyPath(sPart, sizeof sPart, part);
-  return true;
+  copyPath(sPart, sizeof sPart, mWrite);
 }
 
 std::string cli::PrintFile::finish() {

@@ -84,6 +84,7 @@ class PrintFile {
 
  private:
   void release();
+  void watch();
   // "; kept as NAME.failed", or empty when there is nothing to keep.
   std::string keepFailed();
 
