@@ -87,6 +87,8 @@ cli::InputState observe(const std::string& path, const diag::JobError& place,
   in.inode = st.st_ino;
   in.size = st.st_size;
   in.modified = static_cast<long long>(st.st_mtim.tv_sec) * 1000000000LL + st.st_mtim.tv_nsec;
+  // A write that keeps the size and puts the old time back still moves this one.
+  in.changed = static_cast<long long>(st.st_ctim.tv_sec) * 1000000000LL + st.st_ctim.tv_nsec;
   return in;
 }
 
@@ -257,7 +259,7 @@ const cli::InputState* cli::changedInput(const JobPlan& plan) {
   for (const InputState& in : plan.inputs) {
     const InputState now = observe(in.path, in.place, in.role);
     if (now.exists != in.exists || now.device != in.device || now.inode != in.inode ||
-        now.size != in.size || now.modified != in.modified)
+        now.size != in.size || now.modified != in.modified || now.changed != in.changed)
       return &in;
   }
   return nullptr;

@@ -39,6 +39,7 @@ struct InputState {
   ino_t inode = 0;
   off_t size = 0;
   long long modified = 0;  // ns
+  long long changed = 0;   // ns, of the inode
 };
 
 struct JobPlan {
