@@ -16,6 +16,7 @@ struct FileCloser {
 std::unique_ptr<std::FILE, FileCloser> mStream;
 std::string mFilePath;
 LXFileResult mResult;
+unsigned mOpens = 0;
 
 // The first failure is the one worth telling: later ones follow from it.
 void noteFailure(bool failed) {
@@ -26,7 +27,7 @@ void noteFailure(bool failed) {
 
 const char* LXFile_NewWithName(const char* name) {
   mStream.reset();
-  mResult = {};
+  mResult = {false, 0, 0, mOpens};
   mFilePath = (name == nullptr || *name == '\0') ? "ZELP.dat" : name;
   return mFilePath.c_str();
 }
@@ -37,7 +38,8 @@ const char* LXFile_New() {
 
 int LXFile_Open() {
   mStream.reset(std::fopen(mFilePath.c_str(), "wb+"));
-  mResult = {mStream != nullptr, 0, 0};
+  if (mStream) ++mOpens;
+  mResult = {mStream != nullptr, 0, 0, mOpens};
   return mStream ? 0 : -1;
 }
 

@@ -10,6 +10,7 @@ struct LXFileResult {
   bool opened = false;
   int error = 0;
   long long written = 0;  // bytes handed to the stream
+  unsigned opens = 0;     // streams opened by the process so far, this one included
 };
 LXFileResult LXFile_Result();
 

@@ -288,6 +288,7 @@ void cli::PrintFile::release() {
 
 bool cli::PrintFile::open(const std::string& finalName, bool noWait, std::string* why) {
   catchSignals();
+  mOpensBefore = LXFile_Result().opens;
   mFinal = mWrite = finalName;
   mDirect = true;
   struct stat st {};
@@ -307,7 +308,7 @@ bool cli::PrintFile::open(const std::string& finalName, bool noWait, std::string
     if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
       if (noWait) {
         close(fd);
-        *why = "another job is writing the print file " + finalName + " (--no-wait)";
+        *why = "another job is writing this print file (--no-wait)";
         return false;
       }
       std::fprintf(stderr, "zelpgen: waiting for another job writing %s\n",
@@ -372,7 +373,7 @@ std::string cli::PrintFile::finish() {
 
 void cli::PrintFile::fail() {
   if (mWrite.empty()) return;
-  if (!LXFile_Result().opened) {
+  if (LXFile_Result().opens == mOpensBefore) {
     if (!mDirect) unlink(mWrite.c_str());
     release();
     return;

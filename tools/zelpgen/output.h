@@ -91,6 +91,7 @@ class PrintFile {
 
   std::string mFinal, mWrite;
   int mLock = -1;
+  unsigned mOpensBefore = 0;  // the library's opens before this job: did it begin the file?
   bool mDirect = true;
 };
 
