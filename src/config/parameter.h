@@ -53,6 +53,7 @@ struct imageParameter {
 
 struct imageProcessingFile {
   char path[kPathSize] = {};
+  int line = 0;  // where it was named, for messages
   std::unique_ptr<imageProcessingFile> next;
 };
 
@@ -70,6 +71,7 @@ struct parameter {
   char cfgDirectory[kPathSize] = {};
   std::unique_ptr<imageParameter> imageParameterList;
   char outFilePath[kPathSize] = {};
+  int outFilePathLine = 0;  // 0: the default name
   std::unique_ptr<imageProcessingFile> imageProcessingFileList;
   char jobName[40] = {};
   char jobOwner[40] = {};

@@ -119,10 +119,13 @@ void resetZELPVersion() {
 
 int parseGlobalParameter(cfgLine* line, parameter* p) {
   if (std::strcmp(line->key, "[Global]") == 0) return 0;
-  if (parseParameterString(line->key, "OutFilePath", line->value, p->outFilePath, line) == 1)
+  if (parseParameterString(line->key, "OutFilePath", line->value, p->outFilePath, line) == 1) {
+    p->outFilePathLine = line->lineNumber;
     return 1;
+  }
   if (std::strcmp(line->key, "ImageProcessingFile") != 0) diag::failJob("unknown key");
   imageProcessingFile* file = addImageProcessingFile(p->imageProcessingFileList);
+  file->line = line->lineNumber;
   return parseParameterString(line->key, "ImageProcessingFile", line->value, file->path, line);
 }
 

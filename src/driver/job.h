@@ -11,6 +11,15 @@
 struct JobOptions {
   // Writes the print file here instead of where the job names it.
   const char* outFile = nullptr;
+  // Stops once the job is read, before the print file is opened: the report names its files.
+  bool readOnly = false;
+};
+
+// A file the job reads, as a full path.
+struct JobInput {
+  std::string key;  // ImageFileK, ImageProcessingFile, ...
+  std::string path;
+  int line = 0;
 };
 
 struct ImageFileSummary {
@@ -34,7 +43,9 @@ struct ImageSummary {
 
 struct JobReport {
   int pages = 0;
-  std::string outFile;  // where the job names its print file
+  std::string outFile;           // where the job names its print file
+  int outFileLine = 0;           // of OutFilePath; 0 for the default name
+  std::vector<JobInput> inputs;  // table and image files, in the order they are named
   std::vector<ImageSummary> images;
 };
 

@@ -10,6 +10,7 @@
 #include "cmdfile/cmdfile.h"
 #include "cmdfile/cmdfile_info.h"
 #include "config/config.h"
+#include "config/sections.h"
 #include "diag/diag.h"
 #include "driver/driver.h"
 #include "driver/job.h"
@@ -46,6 +47,16 @@ std::string definitionErrors(const _CMDFILEINFO* set) {
     all += line;
   }
   return all;
+}
+
+void listInputs(const parameter* p, JobReport* report) {
+  for (const imageProcessingFile* f = p->imageProcessingFileList.get(); f != nullptr;
+       f = f->next.get())
+    report->inputs.push_back({"ImageProcessingFile", f->path, f->line});
+  for (const imageParameter* e = p->imageParameterList.get(); e != nullptr; e = e->next.get())
+    for (int i = 0; i < kImageFileCount; ++i)
+      if (e->imageFile[i][0] != '\0')
+        report->inputs.push_back({imageFileKey(i), e->imageFile[i], e->imageFileLine[i]});
 }
 
 }  // namespace
@@ -112,6 +123,13 @@ int runJob(const char* path, const JobOptions& options, JobReport* report) {
     report->pages = record->jobImpressions;
     report->outFile.assign(record->outFilePath,
                            strnlen(record->outFilePath, sizeof record->outFilePath));
+    report->outFileLine = record->outFilePathLine;
+    listInputs(record.get(), report);
+  }
+  if (options.readOnly) {
+    disposeParameter(std::move(record));
+    diag::clearPlace();
+    return 0;
   }
   if (options.outFile != nullptr) copyField(record->outFilePath, options.outFile);
   processZELP(record.get());

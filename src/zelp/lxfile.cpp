@@ -1,6 +1,7 @@
 // The job's single output stream.
 #include "zelp/lxfile.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -14,11 +15,19 @@ struct FileCloser {
 
 std::unique_ptr<std::FILE, FileCloser> mStream;
 std::string mFilePath;
+LXFileResult mResult;
+unsigned mOpens = 0;
+
+// The first failure is the one worth telling: later ones follow from it.
+void noteFailure(bool failed) {
+  if (failed && mResult.error == 0) mResult.error = errno != 0 ? errno : EIO;
+}
 
 }  // namespace
 
 const char* LXFile_NewWithName(const char* name) {
   mStream.reset();
+  mResult = {false, 0, 0, mOpens};
   mFilePath = (name == nullptr || *name == '\0') ? "ZELP.dat" : name;
   return mFilePath.c_str();
 }
@@ -29,19 +38,30 @@ const char* LXFile_New() {
 
 int LXFile_Open() {
   mStream.reset(std::fopen(mFilePath.c_str(), "wb+"));
+  if (mStream) ++mOpens;
+  mResult = {mStream != nullptr, 0, 0, mOpens};
   return mStream ? 0 : -1;
 }
 
 int LXFile_Close() {
   if (!mStream) return 0;
-  return std::fclose(mStream.release());
+  noteFailure(std::ferror(mStream.get()) != 0);
+  const int result = std::fclose(mStream.release());
+  noteFailure(result != 0);
+  return result;
+}
+
+LXFileResult LXFile_Result() {
+  return mResult;
 }
 
 // Without an open stream every operation fails instead of handing a null FILE to the C library
 // (fflush would flush every stream of the process).
 int LXFile_Flush() {
   if (!mStream) return EOF;
-  return std::fflush(mStream.get());
+  const int result = std::fflush(mStream.get());
+  noteFailure(result != 0);
+  return result;
 }
 
 int LXFile_SeekTo(long offset) {
@@ -64,13 +84,19 @@ bool LXFile_HasError() {
 
 std::size_t LXFile_Write(const void* buffer, std::size_t size) {
   if (!mStream || size == 0) return 0;
-  return std::fwrite(buffer, size, 1, mStream.get());
+  const std::size_t written = std::fwrite(buffer, size, 1, mStream.get());
+  noteFailure(written != 1);
+  mResult.written += static_cast<long long>(size);
+  return written;
 }
 
 std::size_t LXFile_WriteByte(unsigned value) {
   if (!mStream) return 0;
   const unsigned char b = static_cast<unsigned char>(value);
-  return std::fwrite(&b, 1, 1, mStream.get());
+  const std::size_t written = std::fwrite(&b, 1, 1, mStream.get());
+  noteFailure(written != 1);
+  ++mResult.written;
+  return written;
 }
 
 std::size_t LXFile_Read(void* buffer, std::size_t n) {

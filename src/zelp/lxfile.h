@@ -4,6 +4,16 @@
 #include <cstddef>
 #include <cstdint>
 
+// What became of the last stream named, kept after it is closed: whether it was opened, and the
+// errno of its first failed write, flush or close (0: none), and how much it was given.
+struct LXFileResult {
+  bool opened = false;
+  int error = 0;
+  long long written = 0;  // bytes handed to the stream
+  unsigned opens = 0;     // streams opened by the process so far, this one included
+};
+LXFileResult LXFile_Result();
+
 const char* LXFile_NewWithName(const char* name);
 const char* LXFile_New();
 int LXFile_Open();

@@ -3,7 +3,9 @@
 # the arguments in `args` (default: job.cfg), against expected.stdout, expected.stderr and
 # expected.status. A job.cfg case is also run through the library alone, which must print what
 # the program prints less its own "zelpgen:" lines, end the same way and write the same file;
-# and `check` must end as `print --strict` does.
+# and `check` must end as `print --strict` does. A case with an expected.refused file is one the
+# program refuses before the library runs (the library alone would harm an input): print must
+# then fail with nothing on stdout. No run of the program may change a file of the case.
 #
 # usage: run.sh ZELPGEN MAKE_DATA WORK [--update] [CASE...]
 set -u
@@ -27,6 +29,16 @@ fresh() {
   cp -R "$here/cases/$name"/. "$d"/
   rm -f "$d"/args "$d"/expected.*
   echo "$d"
+}
+
+# unchanged DIR: every image and case file in DIR is as it was copied.
+unchanged() {
+  for f in "$here"/images/* "$here/cases/$name"/*; do
+    b=$(basename "$f")
+    case $b in args | expected.*) continue ;; esac
+    [ -f "$f" ] || continue
+    cmp -s "$f" "$1/$b" || fail "$b changed in $(basename "$1")"
+  done
 }
 
 # run DIR OUT COMMAND...: stdout, stderr and status of COMMAND run in DIR into OUT.*; the
@@ -56,22 +68,37 @@ for name in "$@"; do
       fail "$part differs"
     fi
   done
+  unchanged "$d"
   [ -e "$case_dir/job.cfg" ] || continue
 
   p=$(fresh print) l=$(fresh library)
   run "$p" "$work/$name/print" "$zelpgen" print job.cfg
-  run "$l" "$work/$name/library" "$makedata" job.cfg
-  cmp -s "$work/$name/print.stdout" "$work/$name/library.stdout" || fail "library stdout differs"
-  grep -v '^zelpgen: ' "$work/$name/print.stderr" | cmp -s - "$work/$name/library.stderr" ||
-    fail "library stderr differs"
-  cmp -s "$work/$name/print.status" "$work/$name/library.status" || fail "library status differs"
-  if [ -f "$l/job.dat" ] || [ -f "$p/job.dat" ]; then
-    cmp -s "$p/job.dat" "$l/job.dat" || fail "print files differ"
+  unchanged "$p"
+  if [ -f "$case_dir/expected.refused" ]; then
+    [ "$(cat "$work/$name/print.status")" = 1 ] && [ ! -s "$work/$name/print.stdout" ] ||
+      fail "print did not refuse before the library ran"
+  else
+    run "$l" "$work/$name/library" "$makedata" job.cfg
+    cmp -s "$work/$name/print.stdout" "$work/$name/library.stdout" || fail "library stdout differs"
+    grep -v '^zelpgen: ' "$work/$name/print.stderr" | cmp -s - "$work/$name/library.stderr" ||
+      fail "library stderr differs"
+    cmp -s "$work/$name/print.status" "$work/$name/library.status" ||
+      fail "library status differs"
+    # A failed print keeps what it wrote as job.dat.failed, never as job.dat.
+    if [ "$(cat "$work/$name/print.status")" != 0 ] && [ -f "$p/job.dat" ]; then
+      fail "print failed and left job.dat"
+    elif [ -f "$p/job.dat.failed" ]; then
+      cmp -s "$p/job.dat.failed" "$l/job.dat" || fail "job.dat.failed is not what the library left"
+    elif [ -f "$l/job.dat" ] || [ -f "$p/job.dat" ]; then
+      cmp -s "$p/job.dat" "$l/job.dat" || fail "print files differ"
+    fi
   fi
 
   s=$(fresh strict) c=$(fresh check)
   run "$s" "$work/$name/strict" "$zelpgen" print --strict job.cfg
   run "$c" "$work/$name/check" "$zelpgen" check job.cfg
+  unchanged "$s"
+  unchanged "$c"
   cmp -s "$work/$name/strict.status" "$work/$name/check.status" ||
     fail "check and print --strict end differently"
   [ "$(cat "$work/$name/strict.status")" = 0 ] || [ ! -f "$s/job.dat" ] ||

@@ -26,8 +26,9 @@ struct JobOutcome {
 
 // Runs the job with every error and warning on stderr ("zelpgen: FILE:LINE: ..."), warnings left
 // out when quiet. A trial writes the print file to a scratch file, measures and removes it, and
-// keeps the library's own stdout quiet.
-JobOutcome runJobSaying(const char* path, bool quiet, bool trial);
+// keeps the library's own stdout quiet. A job that is refused (output.h) never reaches the
+// library; noWait fails at once when another job holds the print file.
+JobOutcome runJobSaying(const char* path, bool quiet, bool trial, bool noWait = false);
 
 // "zelpgen: <message>" on stderr, then the usage status.
 int usageError(const char* subcommand, const char* message);

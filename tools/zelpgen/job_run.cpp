@@ -13,6 +13,7 @@
 #include "commands.h"
 #include "diag/diag.h"
 #include "explain.h"
+#include "output.h"
 #include "progress.h"
 #include "stderr_capture.h"
 #include "zelp/store.h"
@@ -25,16 +26,6 @@ bool sQuiet = false;
 int sWarnings = 0;
 std::string sJobArgument;
 
-// Paths under the working folder are shown as they would be typed there.
-std::string shown(std::string text) {
-  char cwd[PATH_MAX];
-  if (getcwd(cwd, sizeof cwd) == nullptr) return text;
-  const std::string prefix = std::string(cwd) + "/";
-  for (std::size_t at = text.find(prefix); at != std::string::npos; at = text.find(prefix, at))
-    text.erase(at, prefix.size());
-  return text;
-}
-
 void say(diag::Severity severity, const diag::JobError& error) {
   diag::JobError e = error;
   if (e.file.empty()) e.file = sJobArgument;
@@ -44,7 +35,7 @@ void say(diag::Severity severity, const diag::JobError& error) {
   if (!warning || !sQuiet) {
     cli::Progress::clearLine();
     // A message of several lines (every error of a definition file) is led line by line.
-    std::string text = shown(diag::describe(e));
+    std::string text = cli::shown(diag::describe(e));
     for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1))
       text.insert(at + 1, "zelpgen: ");
     std::fprintf(stderr, "zelpgen: %s%s\n", warning ? "warning: " : "", text.c_str());
@@ -59,7 +50,7 @@ std::string defaultPrintFile(const char* job) {
   std::string name = realpath(job, full) != nullptr ? full : job;
   const std::size_t dot = name.rfind('.');
   if (dot != std::string::npos) name.erase(dot);
-  return shown(name + ".dat");
+  return cli::shown(name + ".dat");
 }
 
 // Rows sent so far against all the job's images hold, on every page.
@@ -89,41 +80,17 @@ bool canWrite(const std::string& file) {
   return access(dir.c_str(), W_OK) == 0;
 }
 
-// The library's own stdout sent to /dev/null for as long as it lives.
-class MutedStdout {
- public:
-  MutedStdout() {
-    std::fflush(stdout);
-    mSaved = dup(STDOUT_FILENO);
-    const int null = open("/dev/null", O_WRONLY);
-    if (null >= 0) {
-      dup2(null, STDOUT_FILENO);
-      close(null);
-    }
-  }
-  MutedStdout(const MutedStdout&) = delete;
-  MutedStdout& operator=(const MutedStdout&) = delete;
-  ~MutedStdout() {
-    std::fflush(stdout);
-    if (mSaved >= 0) {
-      dup2(mSaved, STDOUT_FILENO);
-      close(mSaved);
-    }
-  }
-
- private:
-  int mSaved = -1;
-};
-
 }  // namespace
 
-cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
+cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial, bool noWait) {
   JobOutcome outcome;
   // A job in this process may have run before (the trial of --strict): start as a new one.
   zelp_ResetSetFlags();
   sQuiet = quiet;
   sWarnings = 0;
   sJobArgument = path;
+  JobPlan plan;
+  const std::vector<diag::JobError> refused = refusals(path, &plan);
   diag::setHook(say);
   if (const auto lead = cli::unreadLead(path, defaultPrintFile(path)))
     say(diag::Severity::kWarning, *lead);
@@ -135,7 +102,16 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
   std::optional<cli::StderrCapture> held;
   if (trial) held.emplace();
   std::string scratch;
+  PrintFile out;
   try {
+    // Before the library runs, so that it never touches what it must not.
+    for (const diag::JobError& e : refused) {
+      try {
+        say(diag::Severity::kError, e);
+      } catch (const JobFailed&) {
+      }
+    }
+    if (!refused.empty()) throw JobFailed{};
     if (trial) {
       MutedStdout muted;
       const char* dir = std::getenv("TMPDIR");
@@ -145,16 +121,31 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
       if (fd >= 0) {
         close(fd);
         scratch = name;
+        holdScratch(scratch);
       }
       runJob(path, JobOptions{scratch.empty() ? nullptr : scratch.c_str()}, &outcome.report);
       if (!canWrite(outcome.report.outFile))
         say(diag::Severity::kError,
             {{}, 0, {}, {}, {}, "cannot write the print file " + outcome.report.outFile});
     } else {
-      runJob(path, JobOptions{}, &outcome.report);
+      std::string why;
+      if (!plan.outFile.empty() && !out.open(plan.outFile, noWait, &why))
+        say(diag::Severity::kError, {plan.outFile, 0, {}, {}, {}, why});
+      runJob(path, JobOptions{out.writeName().empty() ? nullptr : out.writeName().c_str()},
+             &outcome.report);
+    }
+    if (const InputState* in = changedInput(plan)) {
+      diag::JobError e = in->place;
+      e.reason = in->path + " changed while the job read it";
+      say(diag::Severity::kError, e);
+    }
+    if (!trial) {
+      const std::string fault = out.finish();
+      if (!fault.empty()) say(diag::Severity::kError, {out.finalName(), 0, {}, {}, {}, fault});
     }
     outcome.status = kExitOk;
   } catch (const JobFailed&) {
+    if (!trial) out.fail();
     outcome.status = kExitJobError;
   }
   if (held) {
@@ -172,15 +163,15 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
   if (!scratch.empty()) {
     struct stat st {};
     if (stat(scratch.c_str(), &st) == 0) outcome.bytes = static_cast<long long>(st.st_size);
-    std::remove(scratch.c_str());
+    dropScratch();
   }
   setRowsSentHook(nullptr);
   sProgress = nullptr;
   sProgressReport = nullptr;
   diag::setHook(nullptr);
   outcome.warnings = sWarnings;
-  outcome.report.outFile = shown(outcome.report.outFile);
+  outcome.report.outFile = cli::shown(outcome.report.outFile);
   for (ImageSummary& image : outcome.report.images)
-    for (ImageFileSummary& file : image.files) file.path = shown(file.path);
+    for (ImageFileSummary& file : image.files) file.path = cli::shown(file.path);
   return outcome;
 }

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr const char* kUsage =
-    "usage: zelpgen [print] [--quiet] [--strict] JOB.cfg\n"
+    "usage: zelpgen [print] [--quiet] [--strict] [--no-wait] JOB.cfg\n"
     "       zelpgen check [--quiet] JOB.cfg\n"
     "       zelpgen inspect FILE.dat\n"
     "       zelpgen render FILE.dat -o PAGE-%d.png\n"
