@@ -19,6 +19,8 @@ struct ImageFileSummary {
   std::string kind;  // TIFF, BMP or the extension read
   std::uint32_t width = 0;
   std::uint32_t height = 0;
+  int line = 0;         // where it is named
+  bool warned = false;  // noteImages warned of it
 };
 
 struct ImageSummary {
@@ -28,12 +30,23 @@ struct ImageSummary {
   int mode = -1;
   int colorSpace = -1;
   int compression = -1;
+  int rowsBefore = 0;  // white rows its YOffset puts above its first row
+  int pixelDepth[kelm::kPlaneCount] = {};
+  // Of each ink plane: 0 none, a level count, or -1 for values kept in RGB sense.
+  int indexLevels[kelm::kInkPlaneCount] = {};
+};
+
+// A packet the job gives byte by byte, or a defined command's, as the job line made it.
+struct RawPacketSummary {
+  int line = 0;
+  std::vector<unsigned char> bytes;
 };
 
 struct JobReport {
   int pages = 0;
   std::string outFile;  // where the job names its print file
   std::vector<ImageSummary> images;
+  std::vector<RawPacketSummary> rawPackets;
 };
 
 int runJob(const char* path, const JobOptions& options, JobReport* report);

@@ -108,6 +108,8 @@ int runJob(const char* path, const JobOptions& options, JobReport* report) {
     report->pages = record->jobImpressions;
     report->outFile.assign(record->outFilePath,
                            strnlen(record->outFilePath, sizeof record->outFilePath));
+    for (const rawPacket* r = record->rawPacketList.get(); r != nullptr; r = r->next.get())
+      report->rawPackets.push_back({r->lineNumber, r->data});
   }
   if (options.outFile != nullptr) copyField(record->outFilePath, options.outFile);
   processZELP(record.get());

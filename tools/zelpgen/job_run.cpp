@@ -10,6 +10,7 @@
 
 #include "commands.h"
 #include "diag/diag.h"
+#include "proof.h"
 #include "zelp/store.h"
 
 namespace {
@@ -98,6 +99,7 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial) {
         scratch = name;
       }
       runJob(path, JobOptions{scratch.empty() ? nullptr : scratch.c_str()}, &outcome.report);
+      if (!scratch.empty()) proveTrial(scratch, outcome.report);
       if (!canWrite(outcome.report.outFile))
         say(diag::Severity::kError,
             {{}, 0, {}, {}, {}, "cannot write the print file " + outcome.report.outFile});
