@@ -3,7 +3,7 @@
 # the arguments in `args` (default: job.cfg), against expected.stdout, expected.stderr and
 # expected.status. A job.cfg case is also run through the library alone, which must print what
 # the program prints less its own "zelpgen:" lines, end the same way and write the same file;
-# and `check` must end as `print --strict` does.
+# and `check` must end as `print --strict` does. No run may change an input of the case.
 #
 # usage: run.sh ZELPGEN MAKE_DATA WORK [--update] [CASE...]
 set -u
@@ -29,6 +29,17 @@ fresh() {
   echo "$d"
 }
 
+# Fails when a run changed an input of the case in DIR (anything but the print file).
+unchanged() {
+  for f in "$here"/images/* "$here/cases/$name"/*; do
+    base=${f##*/}
+    case $base in args | expected.* | job.dat) continue ;; esac
+    [ -f "$here/cases/$name/$base" ] && f=$here/cases/$name/$base
+    [ -f "$f" ] || continue
+    cmp -s "$f" "$1/$base" || fail "$base changed in the $(basename "$1") run"
+  done
+}
+
 # run DIR OUT COMMAND...: stdout, stderr and status of COMMAND run in DIR into OUT.*
 run() {
   dir=$1 out=$2
@@ -43,6 +54,7 @@ for name in "$@"; do
   d=$(fresh cli)
   # shellcheck disable=SC2086
   run "$d" "$work/$name/got" "$zelpgen" $args
+  unchanged "$d"
   for part in stdout stderr status; do
     if [ $update = 1 ]; then
       cp "$work/$name/got.$part" "$case_dir/expected.$part"
@@ -70,5 +82,6 @@ for name in "$@"; do
     fail "check and print --strict end differently"
   [ "$(cat "$work/$name/strict.status")" = 0 ] || [ ! -f "$s/job.dat" ] ||
     fail "print --strict failed and left job.dat"
+  for dir in "$p" "$l" "$s" "$c"; do unchanged "$dir"; done
 done
 exit $failed
