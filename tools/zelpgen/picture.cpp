@@ -168,7 +168,7 @@ class Tiff : public Picture {
     TIFFSetErrorHandler(nullptr);
     TIFFSetWarningHandler(nullptr);
     std::unique_ptr<Tiff> p(new Tiff);
-    p->tif_ = TIFFOpen(path.c_str(), "r");
+    p->tif_ = TIFFOpen(path.c_str(), "rm");  // read, not mapped: RSS stays a band
     if (p->tif_ == nullptr || TIFFIsTiled(p->tif_)) return nullptr;
     std::uint32_t w = 0, h = 0;
     std::uint16_t bps = 1, spp = 1, photometric = 1, planar = 1;
@@ -212,6 +212,17 @@ class Tiff : public Picture {
       return nullptr;
     }
     p->raw_.resize(static_cast<std::size_t>(TIFFScanlineSize64(p->tif_)));
+    // Whole strips are decoded in place when they are small enough: no copy a row.
+    std::uint32_t rows = 0;
+    TIFFGetFieldDefaulted(p->tif_, TIFFTAG_ROWSPERSTRIP, &rows);
+    const tmsize_t strip = TIFFStripSize(p->tif_);
+    if (rows > 0 && strip > 0 && strip <= (tmsize_t{16} << 20) &&
+        static_cast<std::uint64_t>(strip) >= std::uint64_t{std::min(rows, h)} * p->raw_.size()) {
+      p->rowsPerStrip_ = std::min(rows, h);
+      p->strip_.resize(static_cast<std::size_t>(strip));
+    }
+    p->direct8 = bps == 8 && p->palette_.empty() && photometric != PHOTOMETRIC_MINISWHITE;
+    p->step = spp;
     return p;
   }
 
@@ -222,7 +233,8 @@ class Tiff : public Picture {
   bool row(std::uint32_t r, std::vector<std::uint16_t>* samples,
            std::vector<std::uint8_t>* indices) override {
     if (r >= held) return false;
-    if (TIFFReadScanline(tif_, raw_.data(), r, 0) < 0) {
+    const unsigned char* line = read(r);
+    if (line == nullptr) {
       held = r;  // the file ends here
       return false;
     }
@@ -232,7 +244,7 @@ class Tiff : public Picture {
       for (std::size_t x = 0; x < w; ++x) {
         const std::size_t bit = x * static_cast<std::size_t>(bits) * spp_;
         (*indices)[x] =
-            static_cast<std::uint8_t>((raw_[bit / 8] >> (8 - bits - bit % 8)) & ((1 << bits) - 1));
+            static_cast<std::uint8_t>((line[bit / 8] >> (8 - bits - bit % 8)) & ((1 << bits) - 1));
       }
       if (!palette_.empty()) {
         paint(*indices, palette_, samples);
@@ -245,23 +257,22 @@ class Tiff : public Picture {
       }
       return true;
     }
+    bytes = line;
+    if (direct8 && bytesOnly) return true;
     const std::size_t ch = static_cast<std::size_t>(channels);
     samples->resize(w * ch);
-    for (std::size_t x = 0; x < w; ++x) {
-      for (std::size_t c = 0; c < ch; ++c) {
-        const std::size_t at = x * spp_ + c;
-        std::uint16_t v = 0;
-        if (bits == 8) {
-          v = static_cast<std::uint16_t>(raw_[at] * 257);
-        } else {
-          std::uint16_t s;
-          std::memcpy(&s, &raw_[2 * at], 2);  // libtiff gives samples in host order
-          v = s;
-        }
-        if (photometric_ == PHOTOMETRIC_MINISWHITE) v = static_cast<std::uint16_t>(65535 - v);
-        (*samples)[x * ch + c] = v;
-      }
+    std::uint16_t* out = samples->data();
+    if (bits == 8) {
+      for (std::size_t x = 0; x < w; ++x)
+        for (std::size_t c = 0; c < ch; ++c)
+          out[x * ch + c] = static_cast<std::uint16_t>(line[x * spp_ + c] * 257);
+    } else {
+      for (std::size_t x = 0; x < w; ++x)
+        for (std::size_t c = 0; c < ch; ++c)
+          std::memcpy(&out[x * ch + c], &line[2 * (x * spp_ + c)], 2);  // in host order
     }
+    if (photometric_ == PHOTOMETRIC_MINISWHITE)
+      for (std::uint16_t& v : *samples) v = static_cast<std::uint16_t>(65535 - v);
     return true;
   }
 
@@ -271,6 +282,25 @@ class Tiff : public Picture {
   std::uint16_t photometric_ = 1;
   std::vector<std::array<std::uint16_t, 3>> palette_;
   std::vector<unsigned char> raw_;
+  std::uint32_t rowsPerStrip_ = 0;  // 0: rows read one by one
+  std::vector<unsigned char> strip_;
+  std::uint32_t stripAt_ = 0xFFFFFFFF;
+  std::size_t stripBytes_ = 0;
+
+  // Row r of the file, or null when it does not hold it.
+  const unsigned char* read(std::uint32_t r) {
+    if (rowsPerStrip_ == 0)
+      return TIFFReadScanline(tif_, raw_.data(), r, 0) < 0 ? nullptr : raw_.data();
+    const std::uint32_t strip = r / rowsPerStrip_;
+    if (strip != stripAt_) {
+      const tmsize_t got =
+          TIFFReadEncodedStrip(tif_, strip, strip_.data(), static_cast<tmsize_t>(strip_.size()));
+      stripAt_ = strip;
+      stripBytes_ = got < 0 ? 0 : static_cast<std::size_t>(got);
+    }
+    const std::size_t at = std::size_t{r % rowsPerStrip_} * raw_.size();
+    return at + raw_.size() <= stripBytes_ ? strip_.data() + at : nullptr;
+  }
 };
 #endif
 

@@ -31,6 +31,13 @@ class Picture {
   int paletteSize = 0;
   bool grayRamp = true;  // no palette, or one whose entry i is gray i
   std::string kind;      // "16-bit gray TIFF", "8-bit BMP with a palette of 64 colours", ...
+
+  // A picture of 8-bit samples as they stand (no palette, light or ink as the model says) also
+  // gives each row as its bytes, `step` bytes a pixel; set bytesOnly and it gives only those.
+  bool direct8 = false;
+  bool bytesOnly = false;
+  const std::uint8_t* bytes = nullptr;
+  std::size_t step = 0;
 };
 
 }  // namespace cli

@@ -1,6 +1,7 @@
 #include "proof.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -79,7 +80,7 @@ struct FileCheck {
   std::vector<std::uint16_t> samples;
   std::vector<std::uint8_t> indices;
   std::vector<std::uint8_t> differs;  // of the row's pixels
-  bool rowHeld = false;
+  bool rowHeld = false, rowDiffers = false;
   std::uint64_t pixels = 0, differ = 0, differAsIndices = 0;
   std::int64_t rowsNotHeld = 0;
   std::string first;
@@ -91,7 +92,12 @@ struct PlaneCheck {
   bool light = false;
   int file = -1;
   int channel = 0;
+  bool ownKind = false;  // the file is of the kind its key names, the channel its own
   std::vector<Allowed> allowed;
+  std::array<Allowed, 256> allowed8{};  // by the byte of a direct picture
+  // allowed8 is the byte itself (turned over by flip8), give or take two.
+  bool nearSame8 = false;
+  std::uint8_t flip8 = 0;
   std::vector<std::uint16_t> source, asIndices;  // the row's amounts in the plane's sense
 };
 
@@ -119,6 +125,19 @@ std::uint16_t lightFor(const Picture& p, const std::uint16_t* s, Plane plane, in
       return luma(s);
   }
   return s[0];
+}
+
+// Whether any of n bytes lies more than two from the source byte (every kStep-th, turned over
+// by flip): a loop the compiler can run on vectors.
+template <std::size_t kStep>
+unsigned farFrom(const std::uint8_t* printed, std::size_t n, const std::uint8_t* source,
+                 std::uint8_t flip) {
+  unsigned bad = 0;
+  for (std::size_t x = 0; x < n; ++x) {
+    const int d = int{printed[x]} - int{static_cast<std::uint8_t>(source[x * kStep] ^ flip)};
+    bad |= static_cast<unsigned>(d + 2) > 4u ? 1u : 0u;
+  }
+  return bad;
 }
 
 class Proof : public inspect::JobSink {
@@ -175,10 +194,32 @@ class Proof : public inspect::JobSink {
       }
       if (file.depths.empty()) continue;
       file.picture = Picture::open(f.path);
-      if (file.picture == nullptr) {
-        for (PlaneCheck& plane : planes_)
-          if (plane.file == static_cast<int>(files_.size())) plane.file = -1;
-        continue;
+      const int index = static_cast<int>(files_.size());
+      for (PlaneCheck& plane : planes_) {
+        if (plane.file != index) continue;
+        if (file.picture == nullptr) plane.file = -1;
+        if (file.picture == nullptr || file.picture->paletteSize > 0) continue;
+        const Picture::Model model = file.picture->model;
+        plane.ownKind = f.key == "ImageFileCMYK"  ? model == Picture::Model::kCMYK
+                        : f.key == "ImageFileRGB" ? model == Picture::Model::kRGB
+                                                  : model == Picture::Model::kGray;
+      }
+      if (file.picture == nullptr) continue;
+      Picture& pic = *file.picture;
+      pic.bytesOnly = pic.direct8;
+      for (PlaneCheck& plane : planes_) {
+        if (plane.file != index) continue;
+        if (!(plane.ownKind && plane.depth == 8)) pic.bytesOnly = false;
+        const bool sourceLight = pic.model != Picture::Model::kCMYK;
+        plane.flip8 = sourceLight == plane.light ? 0 : 0xFF;
+        plane.nearSame8 = true;
+        for (std::size_t b = 0; b < 256; ++b) {
+          const Allowed a = plane.allowed[(b * 257) ^ (plane.flip8 != 0 ? 0xFFFF : 0)];
+          const int e = static_cast<int>(b ^ plane.flip8);
+          plane.allowed8[b] = a;
+          plane.nearSame8 =
+              plane.nearSame8 && a.lo == std::max(e - 2, 0) && a.hi == std::min(e + 2, 255);
+        }
       }
       files_.push_back(std::move(file));
     }
@@ -220,7 +261,9 @@ class Proof : public inspect::JobSink {
         ++f.rowsNotHeld;
         continue;
       }
-      f.differs.assign(f.picture->width, 0);
+      if (f.rowDiffers) f.differs.assign(f.picture->width, 0);
+      f.differs.resize(f.picture->width);
+      f.rowDiffers = false;
     }
     std::vector<std::uint8_t> split;
     for (std::size_t i = 0; i < planes_.size(); ++i) {
@@ -243,11 +286,11 @@ class Proof : public inspect::JobSink {
     for (FileCheck& f : files_) {
       if (!f.rowHeld) continue;
       f.pixels += f.differs.size();
-      f.differ += static_cast<std::uint64_t>(std::count(f.differs.begin(), f.differs.end(), 1)) +
-                  static_cast<std::uint64_t>(std::count(f.differs.begin(), f.differs.end(), 3));
-      f.differAsIndices +=
-          static_cast<std::uint64_t>(std::count(f.differs.begin(), f.differs.end(), 2)) +
-          static_cast<std::uint64_t>(std::count(f.differs.begin(), f.differs.end(), 3));
+      if (!f.rowDiffers) continue;
+      for (const std::uint8_t d : f.differs) {
+        f.differ += d & 1;
+        f.differAsIndices += (d >> 1) & 1;
+      }
     }
   }
 
@@ -256,6 +299,41 @@ class Proof : public inspect::JobSink {
     const Picture& pic = *f.picture;
     const std::size_t width = pic.width;
     const auto ch = static_cast<std::size_t>(pic.channels);
+    if (plane.ownKind && plane.depth == 8 && pic.direct8) {
+      const std::uint8_t* s = pic.bytes + plane.channel;
+      const std::size_t step = pic.step, sent = std::min(bytes.size(), width);
+      if (plane.nearSame8) {
+        // A pass without branches finds most rows right; only a wrong one is gone through.
+        unsigned bad = step == 4   ? farFrom<4>(bytes.data(), sent, s, plane.flip8)
+                       : step == 3 ? farFrom<3>(bytes.data(), sent, s, plane.flip8)
+                       : step == 1 ? farFrom<1>(bytes.data(), sent, s, plane.flip8)
+                                   : 1u;
+        for (std::size_t x = sent; x < width; ++x) {
+          const int d = int{blank_} - int{static_cast<std::uint8_t>(s[x * step] ^ plane.flip8)};
+          bad |= static_cast<unsigned>(d + 2) > 4u ? 1u : 0u;
+        }
+        if (bad == 0) return;
+      }
+      for (std::size_t x = 0; x < width; ++x) {
+        const std::uint32_t v = x < sent ? bytes[x] : blank_;
+        const Allowed a = plane.allowed8[s[x * step]];
+        if (v < a.lo || v > a.hi) differs(plane, f, r, x, v, a);
+      }
+      return;
+    }
+    if (plane.ownKind && plane.depth == 8) {
+      // The common case: one channel, one byte a pixel.
+      const bool sourceLight = pic.model != Picture::Model::kCMYK;
+      const std::uint16_t flip = sourceLight == plane.light ? 0 : 0xFFFF;
+      const std::uint16_t* s = f.samples.data() + plane.channel;
+      const std::size_t sent = std::min(bytes.size(), width);
+      for (std::size_t x = 0; x < width; ++x) {
+        const std::uint32_t v = x < sent ? bytes[x] : blank_;
+        const Allowed a = plane.allowed[s[x * ch] ^ flip];
+        if (v < a.lo || v > a.hi) differs(plane, f, r, x, v, a);
+      }
+      return;
+    }
     plane.source.resize(width);
     for (std::size_t x = 0; x < width; ++x) {
       const std::uint16_t light = lightFor(pic, &f.samples[x * ch], plane.plane, plane.channel);
@@ -283,19 +361,26 @@ class Proof : public inspect::JobSink {
         }
       }
       const Allowed a = plane.allowed[plane.source[x]];
-      if (v < a.lo || v > a.hi) {
-        f.differs[x] |= 1;
-        if (f.first.empty())
-          f.first = "at row " + std::to_string(r + 1) + ", column " + std::to_string(x + 1) +
-                    " the " + kPlaneNames[plane.plane] + " plane prints " + std::to_string(v) +
-                    " where the picture asks for " + std::to_string(a.lo) +
-                    (a.hi != a.lo ? " to " + std::to_string(a.hi) : "");
-      }
+      if (v < a.lo || v > a.hi) differs(plane, f, r, x, v, a);
       if (palette) {
         const Allowed b = plane.allowed[plane.asIndices[x]];
-        if (v < b.lo || v > b.hi) f.differs[x] |= 2;
+        if (v < b.lo || v > b.hi) {
+          f.differs[x] |= 2;
+          f.rowDiffers = true;
+        }
       }
     }
+  }
+
+  static void differs(const PlaneCheck& plane, FileCheck& f, std::int64_t r, std::size_t x,
+                      std::uint32_t v, Allowed a) {
+    f.differs[x] |= 1;
+    f.rowDiffers = true;
+    if (!f.first.empty()) return;
+    f.first = "at row " + std::to_string(r + 1) + ", column " + std::to_string(x + 1) + " the " +
+              kPlaneNames[plane.plane] + " plane prints " + std::to_string(v) +
+              " where the picture asks for " + std::to_string(a.lo) +
+              (a.hi != a.lo ? " to " + std::to_string(a.hi) : "");
   }
 
   static void say(const FileCheck& f, std::int64_t printed) {
