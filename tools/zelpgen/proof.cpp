@@ -3,9 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <thread>
 
 #include "diag/diag.h"
 #include "inspect/job.h"
@@ -142,11 +148,27 @@ unsigned farFrom(const std::uint8_t* printed, std::size_t n, const std::uint8_t*
 
 class Proof : public inspect::JobSink {
  public:
-  explicit Proof(const JobReport& report) : report_(report) {}
+  explicit Proof(const JobReport& report) : report_(report) {
+    const char* threads = std::getenv("ZELPGEN_THREADS");
+    if (threads == nullptr || std::strcmp(threads, "1") != 0)
+      worker_ = std::thread([this] { work(); });
+  }
+  Proof(const Proof&) = delete;
+  Proof& operator=(const Proof&) = delete;
+  ~Proof() override {
+    if (!worker_.joinable()) return;
+    {
+      std::lock_guard lock(mutex_);
+      stop_ = true;
+    }
+    wake_.notify_all();
+    worker_.join();
+  }
 
   bool sawImage() const { return sawImage_; }
 
   void imageStart(const inspect::Placement& at) override {
+    drain();
     sawImage_ = true;
     active_ = at.page == 0 && static_cast<std::size_t>(at.image) < report_.images.size();
     if (!active_) return;
@@ -227,7 +249,7 @@ class Proof : public inspect::JobSink {
 
   void row(std::int64_t index, std::vector<inspect::PlaneRow>& rows) override {
     if (!active_) return;
-    compare(index, &rows);
+    hand({index, 1, std::move(rows)});
     nextRow_ = index + 1;
   }
 
@@ -237,16 +259,67 @@ class Proof : public inspect::JobSink {
     for (const FileCheck& f : files_)
       tallest = std::max<std::int64_t>(tallest, f.picture->height + image_->rowsBefore);
     const std::int64_t end = std::min(nextRow_ + rows, std::max(tallest, nextRow_));
-    for (std::int64_t r = nextRow_; r < end; ++r) compare(r, nullptr);
+    if (end > nextRow_) hand({nextRow_, end - nextRow_, {}});
     nextRow_ += rows;
   }
 
   void imageEnd(std::int64_t rows) override {
     if (!active_) return;
+    drain();
     active_ = false;
     const std::int64_t printed = std::max<std::int64_t>(rows - image_->rowsBefore, 0);
     for (FileCheck& f : files_) say(f, printed);
     files_.clear();
+  }
+
+ private:
+  // Rows from `index` on: one as decoded, or `count` skipped ones.
+  struct Rows {
+    std::int64_t index = 0, count = 1;
+    std::vector<inspect::PlaneRow> planes;
+  };
+
+  // The rows go to the worker, which compares them while the next ones decode; without one
+  // they are compared here.
+  void hand(Rows rows) {
+    if (!worker_.joinable()) return take(rows);
+    std::unique_lock lock(mutex_);
+    room_.wait(lock, [this] { return queue_.size() < kQueueRows; });
+    queue_.push_back(std::move(rows));
+    wake_.notify_all();
+  }
+
+  void take(Rows& rows) {
+    for (std::int64_t r = rows.index; r < rows.index + rows.count; ++r)
+      compare(r, rows.planes.empty() ? nullptr : &rows.planes);
+  }
+
+  // Waits until the worker has compared every row handed to it.
+  void drain() {
+    if (!worker_.joinable()) return;
+    std::unique_lock lock(mutex_);
+    room_.wait(lock, [this] { return queue_.empty() && !busy_; });
+  }
+
+  void work() {
+    for (;;) {
+      Rows rows;
+      {
+        std::unique_lock lock(mutex_);
+        wake_.wait(lock, [this] { return stop_ || !queue_.empty(); });
+        if (stop_) return;
+        rows = std::move(queue_.front());
+        queue_.pop_front();
+        busy_ = true;
+      }
+      room_.notify_all();
+      take(rows);
+      {
+        std::lock_guard lock(mutex_);
+        busy_ = false;
+      }
+      room_.notify_all();
+    }
   }
 
  private:
@@ -414,6 +487,12 @@ class Proof : public inspect::JobSink {
   std::int64_t nextRow_ = 0;
   bool active_ = false, interleaved_ = false, sawImage_ = false;
   std::uint8_t blank_ = 0;
+  static constexpr std::size_t kQueueRows = 64;
+  std::deque<Rows> queue_;
+  std::mutex mutex_;
+  std::condition_variable wake_, room_;
+  bool stop_ = false, busy_ = false;
+  std::thread worker_;  // last: it starts on the members above
 };
 
 // A packet as the job gives it is whole: one packet, of the length its header gives.
