@@ -70,8 +70,7 @@ struct Feed {
   int channel;
 };
 std::vector<Feed> feeds(const std::string& key) {
-  if (key == "ImageFileCMYK")
-    return {{kPlaneK, 3}, {kPlaneC, 0}, {kPlaneM, 1}, {kPlaneY, 2}, {kPlanec, 0}, {kPlanem, 1}};
+  if (key == "ImageFileCMYK") return {{kPlaneK, 3}, {kPlaneC, 0}, {kPlaneM, 1}, {kPlaneY, 2}};
   if (key == "ImageFileRGB") return {{kPlaneR, 0}, {kPlaneG, 1}, {kPlaneB, 2}};
   for (int p = 0; p < kPlaneCount; ++p)
     if (key == std::string("ImageFile") + kPlaneNames[p]) return {{static_cast<Plane>(p), 0}};
@@ -88,6 +87,7 @@ struct FileCheck {
   std::vector<std::uint8_t> differs;  // of the row's pixels
   bool rowHeld = false, rowDiffers = false;
   std::uint64_t pixels = 0, differ = 0, differAsIndices = 0;
+  std::uint64_t differBelow = 0;  // in the rows below the last one sent, which print white
   std::int64_t rowsNotHeld = 0;
   std::string first;
 };
@@ -249,7 +249,7 @@ class Proof : public inspect::JobSink {
 
   void row(std::int64_t index, std::vector<inspect::PlaneRow>& rows) override {
     if (!active_) return;
-    hand({index, 1, std::move(rows)});
+    hand({index, 1, std::move(rows), false});
     nextRow_ = index + 1;
   }
 
@@ -259,12 +259,17 @@ class Proof : public inspect::JobSink {
     for (const FileCheck& f : files_)
       tallest = std::max<std::int64_t>(tallest, f.picture->height + image_->rowsBefore);
     const std::int64_t end = std::min(nextRow_ + rows, std::max(tallest, nextRow_));
-    if (end > nextRow_) hand({nextRow_, end - nextRow_, {}});
+    if (end > nextRow_) hand({nextRow_, end - nextRow_, {}, false});
     nextRow_ += rows;
   }
 
   void imageEnd(std::int64_t rows) override {
     if (!active_) return;
+    // Rows left out at the end print white, as the picture may have them.
+    std::int64_t tallest = 0;
+    for (const FileCheck& f : files_)
+      tallest = std::max<std::int64_t>(tallest, f.picture->height + image_->rowsBefore);
+    if (tallest > rows) hand({rows, tallest - rows, {}, true});
     drain();
     active_ = false;
     const std::int64_t printed = std::max<std::int64_t>(rows - image_->rowsBefore, 0);
@@ -277,6 +282,7 @@ class Proof : public inspect::JobSink {
   struct Rows {
     std::int64_t index = 0, count = 1;
     std::vector<inspect::PlaneRow> planes;
+    bool below = false;  // rows the print leaves out after its last
   };
 
   // The rows go to the worker, which compares them while the next ones decode; without one
@@ -290,8 +296,14 @@ class Proof : public inspect::JobSink {
   }
 
   void take(Rows& rows) {
-    for (std::int64_t r = rows.index; r < rows.index + rows.count; ++r)
-      compare(r, rows.planes.empty() ? nullptr : &rows.planes);
+    for (std::int64_t r = rows.index; r < rows.index + rows.count; ++r) {
+      // Rows past the end of every file are not compared.
+      std::int64_t held = 0;
+      for (const FileCheck& f : files_)
+        held = std::max<std::int64_t>(held, f.picture->held + image_->rowsBefore);
+      if (rows.planes.empty() && r >= held) break;
+      compare(r, rows.planes.empty() ? nullptr : &rows.planes, rows.below);
+    }
   }
 
   // Waits until the worker has compared every row handed to it.
@@ -323,7 +335,7 @@ class Proof : public inspect::JobSink {
   }
 
  private:
-  void compare(std::int64_t index, std::vector<inspect::PlaneRow>* rows) {
+  void compare(std::int64_t index, std::vector<inspect::PlaneRow>* rows, bool below) {
     const std::int64_t r = index - image_->rowsBefore;
     if (r < 0) return;
     for (FileCheck& f : files_) {
@@ -362,6 +374,7 @@ class Proof : public inspect::JobSink {
       if (!f.rowDiffers) continue;
       for (const std::uint8_t d : f.differs) {
         f.differ += d & 1;
+        if (below) f.differBelow += d & 1;
         f.differAsIndices += (d >> 1) & 1;
       }
     }
@@ -461,12 +474,12 @@ class Proof : public inspect::JobSink {
     const std::string head = f.summary->path + ": " + pic.kind + ", " + f.depths + ": ";
     std::string why;
     const std::int64_t height = pic.height;
-    if (printed == 0 && height > 0) {
+    if (printed == 0 && f.differBelow > 0) {
       why = "0 of " + std::to_string(height) + " rows print";
     } else if (pic.held < pic.height || f.rowsNotHeld > 0) {
       why = "the file holds " + std::to_string(pic.held) + " of its " + std::to_string(height) +
             " rows, yet " + std::to_string(printed) + " rows print";
-    } else if (printed < height) {
+    } else if (printed < height && f.differBelow > 0) {
       why = std::to_string(printed) + " of " + std::to_string(height) + " rows print";
     } else if (f.differ > 0 && pic.paletteSize > 0 && !pic.grayRamp && f.differAsIndices == 0) {
       why = "the palette indices print, not the colours they stand for (" +
