@@ -67,6 +67,10 @@ void diag::warn(const std::string& reason) {
   warn(JobError{{}, 0, {}, {}, {}, reason});
 }
 
+int diag::warningCount() {
+  return static_cast<int>(sWarned.size());
+}
+
 std::string diag::describe(const JobError& e) {
   std::string text;
   if (!e.file.empty()) {

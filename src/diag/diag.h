@@ -42,6 +42,8 @@ void clearPlace();
 // A warning given twice in one job (the same image read on every page) is heard once.
 void warn(JobError warning);
 void warn(const std::string& reason);
+// The warnings heard in this job so far.
+int warningCount();
 
 // "file:line: [Section] key: reason", each part only when known.
 std::string describe(const JobError& error);

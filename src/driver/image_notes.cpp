@@ -135,7 +135,16 @@ void noteImages(const parameter* p, const std::string& configPath, JobReport* re
     image.mode = e->mode;
     image.colorSpace = e->colorSpace;
     image.compression = e->compressionMode;
+    if ((e->yOffsetSign == 0 || e->yOffsetSign == 1) && e->yOffset > 0)
+      image.rowsBefore = e->yOffset;
+    for (int d = 0; d < kelm::kInkPlaneCount; ++d) {
+      const unsigned char* table = e->indexLevel[d];
+      for (const int levels : {3, 4, 5, 6, 16})
+        if (table != nullptr && table == reductionTable(levels)) image.indexLevels[d] = levels;
+      if (table == kRGBSenseTable) image.indexLevels[d] = -1;
+    }
     for (int d = 0; d < kelm::kPlaneCount; ++d) {
+      image.pixelDepth[d] = e->pixelDepth[d];
       if (e->pixelDepth[d] == -1) continue;
       if (!image.depths.empty()) image.depths += ' ';
       image.depths += std::string(kDepthNames[d]) + "=" + std::to_string(e->pixelDepth[d]);
@@ -148,11 +157,13 @@ void noteImages(const parameter* p, const std::string& configPath, JobReport* re
         image.line = e->imageFileLine[file];
       diag::setPlace(configPath, e->imageFileLine[file], "Image", key, path);
       std::unique_ptr<LXBMPRecT> rec = LXBMP_New(path.c_str());
-      ImageFileSummary summary{key, path, kindName(rec.get(), path), 0, 0, 0, {}};
+      ImageFileSummary summary{key, path, kindName(rec.get(), path), 0, 0,
+                               0,   {},   e->imageFileLine[file]};
       if (rec && rec->stream) {
         summary.width = rec->width;
         summary.height = summary.rows = rec->height;
       }
+      const int warningsBefore = diag::warningCount();
       if (!rec) {
         diag::warn(path + " cannot be opened" + kLeftOut);
       } else if (rec->kind == kLXKindTIFF) {
@@ -170,6 +181,7 @@ void noteImages(const parameter* p, const std::string& configPath, JobReport* re
                      std::to_string(p->printableWidthInPixel));
       }
       LXBMP_Delete(std::move(rec));
+      summary.warned = diag::warningCount() != warningsBefore;
       image.files.push_back(std::move(summary));
     }
     // Without a mode the rows are sent as they are, yet the compression is still announced.

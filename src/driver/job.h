@@ -30,6 +30,8 @@ struct ImageFileSummary {
   std::uint32_t height = 0;
   std::uint32_t rows = 0;   // what its reader gives: fewer than height in a cut file
   std::string compression;  // a compression the reader does not decode, by name
+  int line = 0;             // where it is named
+  bool warned = false;      // noteImages warned of it
 };
 
 struct ImageSummary {
@@ -39,6 +41,16 @@ struct ImageSummary {
   int mode = -1;
   int colorSpace = -1;
   int compression = -1;
+  int rowsBefore = 0;  // white rows its YOffset puts above its first row
+  int pixelDepth[kelm::kPlaneCount] = {};
+  // Of each ink plane: 0 none, a level count, or -1 for values kept in RGB sense.
+  int indexLevels[kelm::kInkPlaneCount] = {};
+};
+
+// A packet the job gives byte by byte, or a defined command's, as the job line made it.
+struct RawPacketSummary {
+  int line = 0;
+  std::vector<unsigned char> bytes;
 };
 
 struct JobReport {
@@ -47,6 +59,7 @@ struct JobReport {
   int outFileLine = 0;           // of OutFilePath; 0 for the default name
   std::vector<JobInput> inputs;  // table and image files, in the order they are named
   std::vector<ImageSummary> images;
+  std::vector<RawPacketSummary> rawPackets;
 };
 
 int runJob(const char* path, const JobOptions& options, JobReport* report);

@@ -125,6 +125,8 @@ int runJob(const char* path, const JobOptions& options, JobReport* report) {
                            strnlen(record->outFilePath, sizeof record->outFilePath));
     report->outFileLine = record->outFilePathLine;
     listInputs(record.get(), report);
+    for (const rawPacket* r = record->rawPacketList.get(); r != nullptr; r = r->next.get())
+      report->rawPackets.push_back({r->lineNumber, r->data});
   }
   if (options.readOnly) {
     disposeParameter(std::move(record));

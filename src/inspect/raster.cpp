@@ -183,13 +183,28 @@ bool RasterParser::feed(std::span<const std::uint8_t> bytes, const Out& out, std
     // Most pieces end inside a command: parse in place and keep only the tail.
     if (!parse(bytes, false, out, error, &used)) return false;
     pending_.assign(bytes.begin() + static_cast<std::ptrdiff_t>(used), bytes.end());
-  } else {
-    pending_.insert(pending_.end(), bytes.begin(), bytes.end());
-    if (!parse(pending_, false, out, error, &used)) return false;
-    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(used));
+    base_ += used;
+    return true;
   }
-  base_ += used;
-  return true;
+  // The command cut by the last piece takes as few of these bytes as it needs (in growing
+  // steps); the rest is parsed in place, so a stream is copied once whatever its pieces.
+  std::size_t taken = 0;
+  for (std::size_t step = 4096;; step *= 2) {
+    const std::size_t old = pending_.size();
+    const std::size_t more = std::min(step, bytes.size() - taken);
+    pending_.insert(pending_.end(), bytes.begin() + static_cast<std::ptrdiff_t>(taken),
+                    bytes.begin() + static_cast<std::ptrdiff_t>(taken + more));
+    taken += more;
+    if (!parse(pending_, false, out, error, &used)) return false;
+    base_ += used;
+    if (used >= old) {
+      const std::size_t from = taken - (pending_.size() - used);
+      pending_.clear();
+      return feed(bytes.subspan(from), out, error);
+    }
+    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(used));
+    if (taken == bytes.size()) return true;
+  }
 }
 
 bool RasterParser::finish(const Out& out, std::string* error) {

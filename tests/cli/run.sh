@@ -31,13 +31,14 @@ fresh() {
   echo "$d"
 }
 
-# unchanged DIR: every image and case file in DIR is as it was copied.
+# Fails when a run changed an input of the case in DIR (anything but the print file).
 unchanged() {
   for f in "$here"/images/* "$here/cases/$name"/*; do
-    b=$(basename "$f")
-    case $b in args | expected.*) continue ;; esac
+    base=${f##*/}
+    case $base in args | expected.* | job.dat) continue ;; esac
+    [ -f "$here/cases/$name/$base" ] && f=$here/cases/$name/$base
     [ -f "$f" ] || continue
-    cmp -s "$f" "$1/$b" || fail "$b changed in $(basename "$1")"
+    cmp -s "$f" "$1/$base" || fail "$base changed in the $(basename "$1") run"
   done
 }
 
@@ -61,6 +62,7 @@ for name in "$@"; do
   d=$(fresh cli)
   # shellcheck disable=SC2086
   run "$d" "$work/$name/got" "$zelpgen" $args
+  unchanged "$d"
   for part in stdout stderr status; do
     if [ $update = 1 ]; then
       cp "$work/$name/got.$part" "$case_dir/expected.$part"
@@ -68,12 +70,10 @@ for name in "$@"; do
       fail "$part differs"
     fi
   done
-  unchanged "$d"
   [ -e "$case_dir/job.cfg" ] || continue
 
   p=$(fresh print) l=$(fresh library)
   run "$p" "$work/$name/print" "$zelpgen" print job.cfg
-  unchanged "$p"
   if [ -f "$case_dir/expected.refused" ]; then
     [ "$(cat "$work/$name/print.status")" = 1 ] && [ ! -s "$work/$name/print.stdout" ] ||
       fail "print did not refuse before the library ran"
@@ -97,11 +97,10 @@ for name in "$@"; do
   s=$(fresh strict) c=$(fresh check)
   run "$s" "$work/$name/strict" "$zelpgen" print --strict job.cfg
   run "$c" "$work/$name/check" "$zelpgen" check job.cfg
-  unchanged "$s"
-  unchanged "$c"
   cmp -s "$work/$name/strict.status" "$work/$name/check.status" ||
     fail "check and print --strict end differently"
   [ "$(cat "$work/$name/strict.status")" = 0 ] || [ ! -f "$s/job.dat" ] ||
     fail "print --strict failed and left job.dat"
+  for dir in "$p" "$l" "$s" "$c"; do unchanged "$dir"; done
 done
 exit $failed

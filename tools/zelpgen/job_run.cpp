@@ -15,6 +15,7 @@
 #include "explain.h"
 #include "output.h"
 #include "progress.h"
+#include "proof.h"
 #include "stderr_capture.h"
 #include "zelp/store.h"
 
@@ -124,6 +125,7 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial, bool
         holdScratch(scratch);
       }
       runJob(path, JobOptions{scratch.empty() ? nullptr : scratch.c_str()}, &outcome.report);
+      if (!scratch.empty()) proveTrial(scratch, outcome.report);
       if (!canWrite(outcome.report.outFile))
         say(diag::Severity::kError,
             {{}, 0, {}, {}, {}, "cannot write the print file " + outcome.report.outFile});
