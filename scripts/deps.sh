@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing: deps.sh [build|test|bench|fuzz]
 set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
-packages=(cmake g++ make libpng-dev)
+packages=(cmake g++ make libpng-dev libtiff-dev pkg-config)
 case "${1:-build}" in
   test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang clang-format-14) ;;
   bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev libbenchmark-dev pkg-config libtiff-tools) ;;
