@@ -25,7 +25,8 @@
  *   A job that cannot be run (an unreadable or malformed configuration file, a missing required
  *   section, a faulty command definition file, an output file that cannot be created, a path too
  *   long) calls exit(1): atexit handlers run and the process ends with status 1; the call never
- *   returns. A host that must survive bad jobs runs each job in a child process (fork, then
+ *   returns. Anything else that stops a job midway (memory refused while reading it, for one)
+ *   ends it the same way: no C++ exception ever leaves the call. A host that must survive bad jobs runs each job in a child process (fork, then
  *   waitpid and WEXITSTATUS); examples/host/ shows how.
  *
  * The command definition file

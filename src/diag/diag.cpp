@@ -67,6 +67,10 @@ void diag::warn(const std::string& reason) {
   warn(JobError{{}, 0, {}, {}, {}, reason});
 }
 
+void diag::imageError(const std::string& message, int code) {
+  std::fprintf(stderr, "ERROR! %s(%d)\n", message.c_str(), code);
+}
+
 std::string diag::describe(const JobError& e) {
   std::string text;
   if (!e.file.empty()) {

@@ -43,6 +43,10 @@ void clearPlace();
 void warn(JobError warning);
 void warn(const std::string& reason);
 
+// An image or raster failure the job goes on past: "ERROR! <message>(<code>)" on stderr, the
+// words and numbers hosts have long matched on.
+void imageError(const std::string& message, int code);
+
 // "file:line: [Section] key: reason", each part only when known.
 std::string describe(const JobError& error);
 

@@ -1,26 +1,21 @@
 // The summary of a print file and its text and JSON forms (see job.h).
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
 #include "inspect/job.h"
 #include "inspect/values.h"
+#include "kelm/codes.h"
 
 namespace inspect {
 namespace {
 
-constexpr const char* kCompressionNames[] = {"none", "packbits", "seedrow", "block"};
+namespace compression = kelm::compression;
+static_assert(compression::kAnnouncedCount == 4, "the summary has a column per compression");
 
-int compressionSlot(int compression) {
-  switch (compression) {
-    case 2:
-      return 1;
-    case 3:
-      return 2;
-    case 128:
-      return 3;
-    default:
-      return 0;
-  }
+// Rows of a code announced by no compression count as plain.
+int compressionSlot(int code) {
+  return std::max(compression::announcedIndex(code), 0);
 }
 
 std::string format(const char* f, ...) __attribute__((format(printf, 1, 2)));
@@ -62,7 +57,9 @@ class Summarizer : public JobSink {
   void row(std::int64_t, std::vector<PlaneRow>& planes) override {
     for (const PlaneRow& p : planes) {
       image_->widthPixels = std::max(image_->widthPixels, model_->pixels(p.bytes.size()));
-      if (p.compression != 128) image_->bytes[compressionSlot(p.compression)] += p.coded;
+      // Blocks are counted whole.
+      if (p.compression != compression::kPackBitsBlock)
+        image_->bytes[compressionSlot(p.compression)] += p.coded;
       const std::uint8_t size[4] = {
           std::uint8_t(p.bytes.size() >> 24), std::uint8_t(p.bytes.size() >> 16),
           std::uint8_t(p.bytes.size() >> 8), std::uint8_t(p.bytes.size())};
@@ -72,7 +69,7 @@ class Summarizer : public JobSink {
   void skip(std::int64_t rows) override { image_->skipped += rows; }
   void block(std::int32_t width, std::size_t, std::size_t bytes) override {
     image_->blockWidth = width;
-    image_->bytes[3] += static_cast<std::int64_t>(bytes);
+    image_->bytes[compressionSlot(compression::kPackBitsBlock)] += static_cast<std::int64_t>(bytes);
   }
   void imageEnd(std::int64_t rows) override {
     image_->rows = rows;
@@ -191,9 +188,12 @@ std::string formatJson(const JobSummary& s) {
           static_cast<long long>(a.dotsV), static_cast<long long>(a.pixelsV), depths.c_str(),
           jsonString(planesText(a.configuration)).c_str(), static_cast<long long>(i.rows),
           static_cast<long long>(i.skipped), static_cast<long long>(i.widthPixels), i.blockWidth);
-      for (int k = 0; k < 4; ++k) {
-        out += format("%s\"%s\": %lld", k == 0 ? "" : ", ", kCompressionNames[k],
+      int k = 0;
+      for (const compression::Kind& kind : compression::kKinds) {
+        if (kind.name == nullptr) continue;
+        out += format("%s\"%s\": %lld", k == 0 ? "" : ", ", kind.name,
                       static_cast<long long>(i.bytes[k]));
+        ++k;
       }
       out += format("}, \"crc\": \"%08X\"}", i.crc);
     }
