@@ -11,8 +11,6 @@ namespace inspect {
 namespace {
 
 namespace compression = kelm::compression;
-static_assert(compression::kAnnouncedCount == 4, "the summary has a column per compression");
-
 // Rows of a code announced by no compression count as plain.
 int compressionSlot(int code) {
   return std::max(compression::announcedIndex(code), 0);
@@ -97,14 +95,26 @@ std::string planesText(const std::vector<std::uint8_t>& c) {
   return out.empty() ? "-" : out;
 }
 
+// "none N, packbits N, ...": a column per announced compression, `json` with the names quoted.
+std::string bytesText(const ImageSummary& i, bool json) {
+  std::string out;
+  int k = 0;
+  for (const compression::Kind& kind : compression::kKinds) {
+    if (kind.name == nullptr) continue;
+    out += format(json ? "%s\"%s\": %lld" : "%s%s %lld", k == 0 ? "" : ", ", kind.name,
+                  static_cast<long long>(i.bytes[k]));
+    ++k;
+  }
+  return out;
+}
+
 std::string imageText(const ImageSummary& i) {
   const Placement& a = i.at;
   const std::vector<std::uint8_t>& c = a.configuration;
   return format(
       "image %d at %lld,%lld dots, file offset %zu: %lld/%lld x %lld/%lld dots a pixel, "
       "colour space %d, %d plane%s (%s)\n"
-      "    %lld rows (%lld skipped), %lld pixels wide%s; bytes none %lld, packbits "
-      "%lld, seedrow %lld, block %lld; rows crc %08X\n",
+      "    %lld rows (%lld skipped), %lld pixels wide%s; bytes %s; rows crc %08X\n",
       a.image + 1, static_cast<long long>(a.x), static_cast<long long>(a.y), a.offset,
       static_cast<long long>(a.dotsH), static_cast<long long>(a.pixelsH),
       static_cast<long long>(a.dotsV), static_cast<long long>(a.pixelsV), c.empty() ? -1 : c[0],
@@ -112,8 +122,7 @@ std::string imageText(const ImageSummary& i) {
       planesText(c).c_str(), static_cast<long long>(i.rows), static_cast<long long>(i.skipped),
       static_cast<long long>(i.widthPixels),
       i.blockWidth >= 0 ? format(" (block width %d)", i.blockWidth).c_str() : "",
-      static_cast<long long>(i.bytes[0]), static_cast<long long>(i.bytes[1]),
-      static_cast<long long>(i.bytes[2]), static_cast<long long>(i.bytes[3]), i.crc);
+      bytesText(i, false).c_str(), i.crc);
 }
 
 }  // namespace
@@ -188,13 +197,7 @@ std::string formatJson(const JobSummary& s) {
           static_cast<long long>(a.dotsV), static_cast<long long>(a.pixelsV), depths.c_str(),
           jsonString(planesText(a.configuration)).c_str(), static_cast<long long>(i.rows),
           static_cast<long long>(i.skipped), static_cast<long long>(i.widthPixels), i.blockWidth);
-      int k = 0;
-      for (const compression::Kind& kind : compression::kKinds) {
-        if (kind.name == nullptr) continue;
-        out += format("%s\"%s\": %lld", k == 0 ? "" : ", ", kind.name,
-                      static_cast<long long>(i.bytes[k]));
-        ++k;
-      }
+      out += bytesText(i, true);
       out += format("}, \"crc\": \"%08X\"}", i.crc);
     }
     out += "]}";
