@@ -69,6 +69,9 @@ void diag::warn(const std::string& reason) {
 
 void diag::imageError(const std::string& message, int code) {
   std::fprintf(stderr, "ERROR! %s(%d)\n", message.c_str(), code);
+  std::string reason = message;
+  while (!reason.empty() && reason.back() == '\n') reason.pop_back();
+  warn(reason);
 }
 
 std::string diag::describe(const JobError& e) {

@@ -44,7 +44,7 @@ void warn(JobError warning);
 void warn(const std::string& reason);
 
 // An image or raster failure the job goes on past: "ERROR! <message>(<code>)" on stderr, the
-// words and numbers hosts have long matched on.
+// words and numbers hosts have long matched on, and a warning to the hook.
 void imageError(const std::string& message, int code);
 
 // "file:line: [Section] key: reason", each part only when known.
