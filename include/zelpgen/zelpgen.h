@@ -26,8 +26,9 @@
  *   section, a faulty command definition file, an output file that cannot be created, a path too
  *   long) calls exit(1): atexit handlers run and the process ends with status 1; the call never
  *   returns. Anything else that stops a job midway (memory refused while reading it, for one)
- *   ends it the same way: no C++ exception ever leaves the call. A host that must survive bad jobs runs each job in a child process (fork, then
- *   waitpid and WEXITSTATUS); examples/host/ shows how.
+ *   ends it the same way: no C++ exception ever leaves the call. A host that must survive bad
+ *   jobs runs each job in a child process (fork, then waitpid and WEXITSTATUS); examples/host/
+ *   shows how.
  *
  * The command definition file
  *   "zelpgencmd.inf", which may define further job-control commands, is read from the process's
