@@ -40,8 +40,10 @@
  *   section, a faulty command definition file, an image or table file that cannot be opened when
  *   the job is read, an output file that cannot be created, a path too long) calls exit(1):
  *   atexit handlers run and the process ends with status 1; the call never returns, and stderr
- *   says nothing of why (the zelpgen program does). A host that must survive bad jobs runs each
- *   job in a child process (fork, then waitpid and WEXITSTATUS); examples/host/ shows how.
+ *   says nothing of why (the zelpgen program does). Anything else that stops a job midway
+ *   (memory refused while reading it, for one) ends it the same way: no C++ exception ever
+ *   leaves the call. A host that must survive bad jobs runs each job in a child process (fork,
+ *   then waitpid and WEXITSTATUS); examples/host/ shows how.
  *
  * The command definition file
  *   "zelpgencmd.inf", which may define further job-control commands, is read from the process's

@@ -321,10 +321,7 @@ void setMode(imageParameter* e) {
       break;
   }
   const int code = e->compressionMode;
-  const bool knownCode = code == compression::kNone || code == compression::kPackBits ||
-                         code == compression::kSeedRow || code == compression::kPackBitsBlock ||
-                         code == compression::kPackBitsSeedRow;
-  if (found != -1 && knownCode) e->mode = modeOf(found, code);
+  if (found != -1 && compression::find(code) != nullptr) e->mode = modeOf(found, code);
 }
 
 void checkImageSectionParameter(parameter* p, const cfgLine* lines, int fromLine) {

@@ -71,6 +71,13 @@ int diag::warningCount() {
   return static_cast<int>(sWarned.size());
 }
 
+void diag::imageError(const std::string& message, int code) {
+  std::fprintf(stderr, "ERROR! %s(%d)\n", message.c_str(), code);
+  std::string reason = message;
+  while (!reason.empty() && reason.back() == '\n') reason.pop_back();
+  warn(reason);
+}
+
 std::string diag::describe(const JobError& e) {
   std::string text;
   if (!e.file.empty()) {

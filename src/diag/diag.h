@@ -45,6 +45,10 @@ void warn(const std::string& reason);
 // The warnings heard in this job so far.
 int warningCount();
 
+// An image or raster failure the job goes on past: "ERROR! <message>(<code>)" on stderr, the
+// words and numbers hosts have long matched on, and a warning to the hook.
+void imageError(const std::string& message, int code);
+
 // "file:line: [Section] key: reason", each part only when known.
 std::string describe(const JobError& error);
 

@@ -1,117 +1,19 @@
 // What the page loop would leave out without a word: each image file is opened once, as the
-// loop opens it, and the record it yields says why nothing (or something wrong) will be read.
+// loop opens it, and its reader says why nothing (or something wrong) will be read.
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <string>
 
 #include "config/sections.h"
 #include "diag/diag.h"
 #include "driver/job.h"
-#include "image/bmp.h"
 #include "image/lxbmp.h"
-#include "image/tiff.h"
 
 namespace {
 
 constexpr const char* kLeftOut = "; nothing of it is printed";
 
-std::array<unsigned char, 64> fileHead(const char* path, std::size_t* got) {
-  std::array<unsigned char, 64> head{};
-  *got = 0;
-  if (LXFilePtr f{std::fopen(path, "rb")}) *got = std::fread(head.data(), 1, head.size(), f.get());
-  return head;
-}
-
-std::uint32_t word(const unsigned char* b, int n, bool little) {
-  std::uint32_t v = 0;
-  for (int i = 0; i < n; ++i) v |= std::uint32_t{b[little ? i : n - 1 - i]} << (8 * i);
-  return v;
-}
-
-// What the first directory says beyond what the reader keeps.
-struct FirstDirectory {
-  bool tiled = false;
-  std::uint32_t length = 0;  // ImageLength: the picture's rows
-};
-
-FirstDirectory firstDirectory(const char* path) {
-  FirstDirectory found;
-  LXFilePtr f{std::fopen(path, "rb")};
-  unsigned char b[12];
-  if (!f || std::fread(b, 1, 8, f.get()) != 8) return found;
-  const bool little = b[0] == 'I';
-  if (std::fseek(f.get(), static_cast<long>(word(b + 4, 4, little)), SEEK_SET) != 0 ||
-      std::fread(b, 1, 2, f.get()) != 2)
-    return found;
-  for (std::uint32_t n = word(b, 2, little); n > 0 && std::fread(b, 1, 12, f.get()) == 12; --n) {
-    const std::uint32_t tag = word(b, 2, little);
-    if (tag == 322 || tag == 324) found.tiled = true;
-    if (tag == 257) found.length = word(b + 8, word(b + 2, 2, little) == 3 ? 2 : 4, little);
-  }
-  return found;
-}
-
-std::string compressionName(std::uint32_t code) {
-  switch (code) {
-    case 2:
-    case 3:
-    case 4:
-      return "CCITT fax compression";
-    case 5:
-      return "LZW compression";
-    case 7:
-      return "JPEG compression";
-    case 8:
-    case 32946:
-      return "Deflate compression";
-    default:
-      return "compression " + std::to_string(code);
-  }
-}
-
-void noteTiff(const LXTiffRecT& rec, const std::string& path, ImageFileSummary* summary) {
-  if (rec.stream) {
-    summary->height = std::max(firstDirectory(rec.path.get()).length, rec.height);
-    if (rec.compression != kTiffCompressionNone && rec.compression != kTiffCompressionPackBits) {
-      summary->compression = compressionName(rec.compression);
-      diag::warn(path + " uses " + summary->compression +
-                 ", which is not read; its rows go out as stored");
-    }
-    return;
-  }
-  if (rec.byteOrder == 0) {
-    diag::warn(path + " is not a TIFF file" + kLeftOut);
-  } else if (!rec.stripOffsets) {
-    diag::warn(path +
-               (firstDirectory(rec.path.get()).tiled ? " is a tiled TIFF, which is not read"
-                                                     : " has no strip table") +
-               kLeftOut);
-  } else {
-    diag::warn(path + " has a header that claims rows the file cannot hold" + kLeftOut);
-  }
-}
-
-void noteBmp(const LXWindowsBMPRecT& rec, const std::string& path, ImageFileSummary* summary) {
-  std::size_t got = 0;
-  const auto head = fileHead(path.c_str(), &got);
-  if (rec.stream && got >= 34) summary->height = std::max(word(&head[22], 4, true), rec.height);
-  if (got < 34 || head[0] != 'B' || head[1] != 'M') {
-    diag::warn(path + " is not a BMP file" + kLeftOut);
-  } else if (!rec.stream && static_cast<std::int32_t>(word(&head[22], 4, true)) < 0) {
-    diag::warn(path + " is a top-down BMP, which is not read" + kLeftOut);
-  } else if (!rec.stream) {
-    diag::warn(path + " has a header that claims rows the file cannot hold" + kLeftOut);
-  } else if (const std::uint32_t compression = word(&head[30], 4, true); compression != 0) {
-    summary->compression = "BMP compression " + std::to_string(compression);
-    diag::warn(path + " uses " + summary->compression +
-               ", which is not read; its rows go out as stored");
-  }
-}
-
 std::string kindName(const LXBMPRecT* rec, const std::string& path) {
-  if (rec != nullptr && rec->kind == kLXKindTIFF) return "TIFF";
-  if (rec != nullptr && rec->kind == kLXKindBMP) return "BMP";
+  if (const char* name = LXBMP_KindName(rec)) return name;
   const std::size_t dot = path.rfind('.');
   return dot == std::string::npos ? "no kind" : path.substr(dot + 1);
 }
@@ -161,17 +63,15 @@ void noteImages(const parameter* p, const std::string& configPath, JobReport* re
                                0,   {},   e->imageFileLine[file]};
       if (rec && rec->stream) {
         summary.width = rec->width;
-        summary.height = summary.rows = rec->height;
+        summary.rows = rec->height;
+        summary.height = std::max(rec->headerHeight, rec->height);
+        summary.compression = rec->undecodedCompression();
       }
       const int warningsBefore = diag::warningCount();
       if (!rec) {
         diag::warn(path + " cannot be opened" + kLeftOut);
-      } else if (rec->kind == kLXKindTIFF) {
-        noteTiff(static_cast<const LXTiffRecT&>(*rec), path, &summary);
-      } else if (rec->kind == kLXKindBMP) {
-        noteBmp(static_cast<const LXWindowsBMPRecT&>(*rec), path, &summary);
-      } else {
-        diag::warn(path + " is not named as a TIFF or BMP file (.tif, .tiff, .bmp)" + kLeftOut);
+      } else if (const std::string why = rec->whyUnreadable(); !why.empty()) {
+        diag::warn(path + " " + why);
       }
       if (rec && rec->stream) {
         if (p->printableWidthInPixel > 0 &&

@@ -28,7 +28,7 @@ class ShutOnUnwind {
   ShutOnUnwind& operator=(const ShutOnUnwind&) = delete;
   ~ShutOnUnwind() {
     if (std::uncaught_exceptions() <= mExceptions) return;
-    ZELP_Close();
+    (void)ZELP_Close();  // unwinding already: the job has failed
     ZELP_Delete();
     diag::clearPlace();
   }
@@ -61,8 +61,26 @@ void listInputs(const parameter* p, JobReport* report) {
 
 }  // namespace
 
+// Nothing may unwind into a C caller: whatever is thrown (memory refused, a hook's exception)
+// ends the job as a configuration error does.
 extern "C" int makeZELPData(const char* path) {
-  return runJob(path, JobOptions{}, nullptr);
+  try {
+    return runJob(path, JobOptions{}, nullptr);
+  } catch (...) {
+    std::string reason = "the job stopped on an unexpected failure";
+    try {
+      throw;
+    } catch (const std::exception& e) {
+      reason += std::string(": ") + e.what();
+    } catch (...) {
+    }
+    try {
+      diag::failJob(reason);
+    } catch (...) {
+    }
+    std::fflush(nullptr);
+    std::exit(1);
+  }
 }
 
 int runJob(const char* path, const JobOptions& options, JobReport* report) {
@@ -134,9 +152,10 @@ int runJob(const char* path, const JobOptions& options, JobReport* report) {
     return 0;
   }
   if (options.outFile != nullptr) copyField(record->outFilePath, options.outFile);
-  processZELP(record.get());
+  (void)processZELP(record.get());  // returns only once the print file is open
   KELM_New();
-  processKELMConfiguration(record.get());
+  // A step that fails has said why where it failed (diag::imageError), and the job goes on.
+  (void)processKELMConfiguration(record.get());
   if (report != nullptr || diag::hasHook()) {
     JobReport scratch;
     noteImages(record.get(), resolved, report != nullptr ? report : &scratch);
@@ -144,16 +163,16 @@ int runJob(const char* path, const JobOptions& options, JobReport* report) {
 
   for (int page = 0; page < record->jobImpressions; ++page) {
     for (const imageParameter* entry = record->imageParameterList.get(); entry != nullptr;) {
-      processKELMImageConfiguration(entry);
-      processKELMImageData(entry);
+      (void)processKELMImageConfiguration(entry);  // cannot fail
+      (void)processKELMImageData(entry);
       entry = entry->next.get();
       if (entry != nullptr) KELM_New();
     }
     KELM_SendEndOfPage();
   }
 
-  KELM_SendJobEnd(0);
-  ZELP_Close();
+  const int ended = KELM_SendJobEnd(0);
+  if (ZELP_Close() != 0 || ended != 0) diag::warn("the print file could not be written in full");
   ZELP_Delete();
   disposeParameter(std::move(record));
   diag::clearPlace();

@@ -53,20 +53,22 @@ int processKELMConfiguration(parameter* p) {
     p->newPJLLast = nullptr;
   }
   // Empty names keep their index, so later tables stay at the index the configuration gave.
+  // One past the sixth is refused with its own line; the header goes without it.
   int index = 0;
+  bool refused = false;
   for (const imageProcessingFile* f = p->imageProcessingFileList.get(); f != nullptr;
        f = f->next.get(), ++index) {
-    if (f->path[0] != '\0') KELM_SetImageProcessingFile(index, f->path);
+    if (f->path[0] != '\0' && KELM_SetImageProcessingFile(index, f->path) != 0) refused = true;
   }
-  return KELM_SendJobStart() < 0 ? 1 : 0;
+  const int started = KELM_SendJobStart();
+  return started < 0 || refused ? 1 : 0;
 }
 
 int processKELMImageConfiguration(const imageParameter* entry) {
   KELM_SetColorSpace(static_cast<std::uint8_t>(entry->colorSpace));
-  // Seed-row PackBits is announced as plain PackBits.
-  const int announced = entry->compressionMode == compression::kPackBitsSeedRow
-                            ? compression::kPackBits
-                            : entry->compressionMode;
+  // A code no compression has is announced as given.
+  const compression::Kind* kind = compression::find(entry->compressionMode);
+  const int announced = kind != nullptr ? kind->announced : entry->compressionMode;
   KELM_SetCompressionMode(static_cast<std::uint8_t>(announced));
   KELM_SetNumOfPlanes(static_cast<std::uint8_t>(entry->numOfPlanes));
   struct DepthSetter {

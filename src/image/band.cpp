@@ -5,6 +5,8 @@
 #include <array>
 #include <string>
 
+#include "diag/diag.h"
+
 namespace lximage {
 
 namespace {
@@ -41,7 +43,7 @@ void reportCannotOpen(const char* who, const char* path, int error) {
   message += " can't open '";
   message += path;
   message += "'. (errno=" + std::to_string(error) + ")\n";
-  std::fprintf(stderr, "ERROR! %s(%d)\n", message.c_str(), error);
+  diag::imageError(message, error);
 }
 
 std::span<unsigned char> bandBytes(LXGWorld* world) {

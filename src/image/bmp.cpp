@@ -8,6 +8,7 @@
 #include <limits>
 #include <new>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "image/band.h"
@@ -70,8 +71,11 @@ std::unique_ptr<LXWindowsBMPRecT> LXWindowsBMP_New(const char* path) {
   }
   const std::uint64_t fileSize = lximage::fileSize(rec->stream.get());
   std::array<unsigned char, kHeaderSize> h{};
-  if (std::fread(h.data(), 1, h.size(), rec->stream.get()) != h.size() || h[0] != 'B' ||
-      h[1] != 'M') {
+  rec->headerBytes = std::fread(h.data(), 1, h.size(), rec->stream.get());
+  rec->signature = h[0] == 'B' && h[1] == 'M';
+  rec->storedHeight = static_cast<std::int32_t>(le32(&h[22]));
+  rec->compression = le32(&h[30]);
+  if (rec->headerBytes != h.size() || !rec->signature) {
     rec->stream.reset();
     return rec;
   }
@@ -95,6 +99,7 @@ std::unique_ptr<LXWindowsBMPRecT> LXWindowsBMP_New(const char* path) {
     rec->stream.reset();  // top-down bitmaps are not read
     return rec;
   }
+  rec->headerHeight = rec->height;
   rec->height = lximage::rowsTheFileHolds(rec->height, rowBytes->row, false, fileSize);
   rec->rowBytes = static_cast<std::uint32_t>(rowBytes->row);
   std::fseek(rec->stream.get(), static_cast<long>(rec->dataOffset), SEEK_SET);
@@ -212,4 +217,33 @@ std::int32_t LXWindowsBMP_ReadNextRasterBlockRGB(LXWindowsBMPRecT* rec, LXGWorld
   }
   rec->currentRow += rows;
   return static_cast<std::int32_t>(rows);
+}
+
+void LXWindowsBMPRecT::box(LXRect* box) const {
+  LXWindowsBMP_GetImageBox(this, box);
+}
+void LXWindowsBMPRecT::rewind() {
+  LXWindowsBMP_Rewind(this);
+}
+std::int32_t LXWindowsBMPRecT::read(LXGWorld* band, const unsigned char* table) {
+  return LXWindowsBMP_ReadNextRasterBlock(this, band, table);
+}
+std::int32_t LXWindowsBMPRecT::readRGB(LXGWorld* red, LXGWorld* green, LXGWorld* blue) {
+  return LXWindowsBMP_ReadNextRasterBlockRGB(this, red, green, blue);
+}
+
+std::string LXWindowsBMPRecT::undecodedCompression() const {
+  return compression != 0 ? "BMP compression " + std::to_string(compression) : std::string();
+}
+
+std::string LXWindowsBMPRecT::whyUnreadable() const {
+  constexpr const char* kLeftOut = "; nothing of it is printed";
+  // The fields a check reads end at byte 34.
+  if (headerBytes < 34 || !signature) return std::string("is not a BMP file") + kLeftOut;
+  if (!stream && storedHeight < 0)
+    return std::string("is a top-down BMP, which is not read") + kLeftOut;
+  if (!stream) return std::string("has a header that claims rows the file cannot hold") + kLeftOut;
+  if (compression != 0)
+    return "uses " + undecodedCompression() + ", which is not read; its rows go out as stored";
+  return {};
 }

@@ -1,4 +1,4 @@
-// One interface over the TIFF and BMP readers, chosen by the file name's extension.
+// One interface over the image readers, chosen by the file name's extension.
 #include "image/lxbmp.h"
 
 #include <cctype>
@@ -11,6 +11,21 @@
 namespace {
 
 constexpr std::uint32_t kKindTIF = 0x54494600;  // "TIF\0"
+
+// A format: the extensions it answers to, as extensionCode gives them, and its reader.
+struct Format {
+  std::uint32_t kind;
+  const char* name;
+  bool (*recognise)(std::uint32_t extension);
+  std::unique_ptr<LXBMPRecT> (*open)(const char* path);
+};
+
+constexpr Format kFormats[] = {
+    {kLXKindTIFF, "TIFF", [](std::uint32_t e) { return e == kLXKindTIFF || e == kKindTIF; },
+     [](const char* path) -> std::unique_ptr<LXBMPRecT> { return LXTiff_New(path); }},
+    {kLXKindBMP, "BMP", [](std::uint32_t e) { return e == kLXKindBMP; },
+     [](const char* path) -> std::unique_ptr<LXBMPRecT> { return LXWindowsBMP_New(path); }},
+};
 
 // Up to four characters after the last '.', upper-cased, first in the top byte.
 std::uint32_t extensionCode(const char* path) {
@@ -29,94 +44,65 @@ std::uint32_t extensionCode(const char* path) {
   return code;
 }
 
-// The kind word picks the reader; a record that is not of that reader counts as unknown.
-LXTiffRecT* asTiff(LXBMPRecT* handle) {
-  return handle != nullptr && handle->kind == kLXKindTIFF ? dynamic_cast<LXTiffRecT*>(handle)
-                                                          : nullptr;
+const Format* formatOf(const LXBMPRecT* handle) {
+  if (handle == nullptr) return nullptr;
+  for (const Format& f : kFormats)
+    if (f.kind == handle->kind) return &f;
+  return nullptr;
 }
-const LXTiffRecT* asTiff(const LXBMPRecT* handle) {
-  return asTiff(const_cast<LXBMPRecT*>(handle));
-}
-LXWindowsBMPRecT* asBMP(LXBMPRecT* handle) {
-  return handle != nullptr && handle->kind == kLXKindBMP ? dynamic_cast<LXWindowsBMPRecT*>(handle)
-                                                         : nullptr;
-}
-const LXWindowsBMPRecT* asBMP(const LXBMPRecT* handle) {
-  return asBMP(const_cast<LXBMPRecT*>(handle));
+
+// Reading several channels in step, and sharing one read of a file, are the TIFF reader's.
+LXTiffRecT* asTiff(const LXBMPRecT* handle) {
+  return handle != nullptr && handle->kind == kLXKindTIFF
+             ? dynamic_cast<LXTiffRecT*>(const_cast<LXBMPRecT*>(handle))
+             : nullptr;
 }
 
 }  // namespace
 
+std::string LXBMPRecT::whyUnreadable() const {
+  return "is not named as a TIFF or BMP file (.tif, .tiff, .bmp); nothing of it is printed";
+}
+
 std::unique_ptr<LXBMPRecT> LXBMP_New(const char* path) {
-  std::uint32_t kind = extensionCode(path);
-  std::unique_ptr<LXBMPRecT> handle;
-  if (kind == kKindTIF) kind = kLXKindTIFF;
-  if (kind == kLXKindTIFF) {
-    handle = LXTiff_New(path);
-    if (!handle) return nullptr;
-  } else if (kind == kLXKindBMP) {
-    handle = LXWindowsBMP_New(path);
-    if (!handle) return nullptr;
-  } else {
-    // An unsupported kind still gets a handle; it reads nothing.
-    handle = std::make_unique<LXBMPRecT>();
+  const std::uint32_t extension = extensionCode(path);
+  for (const Format& f : kFormats) {
+    if (!f.recognise(extension)) continue;
+    std::unique_ptr<LXBMPRecT> handle = f.open(path);
+    if (handle) handle->kind = f.kind;
+    return handle;
   }
-  handle->kind = kind;
+  // An unsupported kind still gets a handle; it reads nothing.
+  auto handle = std::make_unique<LXBMPRecT>();
+  handle->kind = extension;
   return handle;
 }
 
 void LXBMP_Delete(std::unique_ptr<LXBMPRecT> handle) {
-  if (LXTiffRecT* tiff = asTiff(handle.get())) {
-    handle.release();
-    LXTiff_Delete(std::unique_ptr<LXTiffRecT>(tiff));
-  } else if (LXWindowsBMPRecT* bmp = asBMP(handle.get())) {
-    handle.release();
-    LXWindowsBMP_Delete(std::unique_ptr<LXWindowsBMPRecT>(bmp));
-  }
+  handle.reset();
 }
 
 void LXBMP_GetImageBox(const LXBMPRecT* handle, LXRect* box) {
-  if (const LXTiffRecT* tiff = asTiff(handle)) {
-    LXTiff_GetImageBox(tiff, box);
-  } else if (const LXWindowsBMPRecT* bmp = asBMP(handle)) {
-    LXWindowsBMP_GetImageBox(bmp, box);
-  }
+  if (handle != nullptr) handle->box(box);
 }
 
 void LXBMP_Rewind(LXBMPRecT* handle) {
-  if (LXTiffRecT* tiff = asTiff(handle)) {
-    LXTiff_Rewind(tiff);
-  } else if (LXWindowsBMPRecT* bmp = asBMP(handle)) {
-    LXWindowsBMP_Rewind(bmp);
-  }
+  if (handle != nullptr) handle->rewind();
 }
 
 std::int32_t LXBMP_ReadNextRasterBlock(LXBMPRecT* handle, LXGWorld* band,
                                        const unsigned char* table) {
-  if (LXTiffRecT* tiff = asTiff(handle)) return LXTiff_ReadNextRasterBlock(tiff, band, table);
-  if (LXWindowsBMPRecT* bmp = asBMP(handle)) {
-    return LXWindowsBMP_ReadNextRasterBlock(bmp, band, table);
-  }
-  return 0;
+  return handle != nullptr ? handle->read(band, table) : 0;
 }
 
 std::int32_t LXBMP_ReadNextRasterBlockRGB(LXBMPRecT* handle, LXGWorld* red, LXGWorld* green,
                                           LXGWorld* blue) {
-  if (LXTiffRecT* tiff = asTiff(handle)) {
-    return LXTiff_ReadNextRasterBlockRGB(tiff, red, green, blue);
-  }
-  if (LXWindowsBMPRecT* bmp = asBMP(handle)) {
-    return LXWindowsBMP_ReadNextRasterBlockRGB(bmp, red, green, blue);
-  }
-  return 0;
+  return handle != nullptr ? handle->readRGB(red, green, blue) : 0;
 }
 
 std::int32_t LXBMP_ReadNextRasterBlockCMYK(LXBMPRecT* handle, LXGWorld* band,
                                            const unsigned char* table, int channel) {
-  if (LXTiffRecT* tiff = asTiff(handle)) {
-    return LXTiff_ReadNextRasterBlockCMYK(tiff, band, table, channel);
-  }
-  return 0;
+  return handle != nullptr ? handle->readCMYK(band, table, channel) : 0;
 }
 
 std::int32_t LXBMP_ReadNextRasterBlocksCMYK(std::span<const LXChannelRead> reads) {
@@ -136,6 +122,10 @@ void LXBMP_ShareReads(const LXBMPRecT* from, LXBMPRecT* to) {
 
 std::uint32_t LXBMP_GetWidth(const LXBMPRecT* handle) {
   if (handle == nullptr) return 0xFFFFFFFF;
-  if (asTiff(handle) == nullptr && asBMP(handle) == nullptr) return 0;
-  return handle->width;
+  return formatOf(handle) != nullptr ? handle->width : 0;
+}
+
+const char* LXBMP_KindName(const LXBMPRecT* handle) {
+  const Format* format = formatOf(handle);
+  return format != nullptr ? format->name : nullptr;
 }

@@ -3,11 +3,11 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
 #include <new>
 #include <optional>
 #include <stdexcept>
 
+#include "diag/diag.h"
 #include "image/band.h"
 #include "image/limits.h"
 
@@ -36,7 +36,7 @@ RowLayout rowLayout(int pixelSize) {
 
 int fail(int error) {
   errno = error;
-  std::fprintf(stderr, "ERROR! %s(%d)\n", "LXewGWorld failed.", error);
+  diag::imageError("LXewGWorld failed.", error);
   return error;
 }
 

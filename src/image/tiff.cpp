@@ -8,6 +8,7 @@
 #include <new>
 #include <optional>
 #include <set>
+#include <string>
 
 #include "image/band.h"
 #include "image/limits.h"
@@ -23,6 +24,8 @@ enum : std::uint16_t {
   kTagStripOffsets = 273,
   kTagRowsPerStrip = 278,
   kTagPlanarConfiguration = 284,
+  kTagTileWidth = 322,
+  kTagTileOffsets = 324,
 };
 
 enum : std::uint16_t {
@@ -231,6 +234,27 @@ void closeStream(LXTiffRecT* rec) {
   rec->stream.reset();
 }
 
+// Whether the first directory has a tile tag among its whole entries, read afresh from the
+// header's offset (even 0): a file without strips is told apart by it.
+bool firstDirectoryIsTiled(LXTiffRecT* rec) {
+  std::FILE* f = rec->stream.get();
+  unsigned char b[12];
+  if (std::fseek(f, 4, SEEK_SET) != 0 || std::fread(b, 1, 4, f) != 4) return false;
+  const bool little = rec->byteOrder == 'I';
+  auto word = [little](const unsigned char* p, int n) {
+    std::uint32_t v = 0;
+    for (int i = 0; i < n; ++i) v |= std::uint32_t{p[little ? i : n - 1 - i]} << (8 * i);
+    return v;
+  };
+  if (std::fseek(f, static_cast<long>(word(b, 4)), SEEK_SET) != 0 || std::fread(b, 1, 2, f) != 2)
+    return false;
+  for (std::uint32_t n = word(b, 2); n > 0 && std::fread(b, 1, 12, f) == 12; --n) {
+    const std::uint32_t tag = word(b, 2);
+    if (tag == kTagTileWidth || tag == kTagTileOffsets) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 std::uint16_t readWord(LXTiffRecT* rec) {
@@ -320,6 +344,7 @@ std::unique_ptr<LXTiffRecT> LXTiff_New(const char* path) {
   walkDirectories(rec.get(), fileSize);
 
   if (!rec->stripOffsets) {
+    rec->tiled = firstDirectoryIsTiled(rec.get());
     closeStream(rec.get());
     return rec;
   }
@@ -338,6 +363,7 @@ std::unique_ptr<LXTiffRecT> LXTiff_New(const char* path) {
     closeStream(rec.get());
     return rec;
   }
+  rec->headerHeight = rec->height;
   rec->height = lximage::rowsTheFileHolds(rec->height, *rowBytes,
                                           rec->compression == kTiffCompressionPackBits, fileSize);
   rec->rowBytes = static_cast<std::uint32_t>(*rowBytes);
@@ -384,4 +410,62 @@ void LXTiff_ShareReads(const LXTiffRecT* from, LXTiffRecT* to) {
       from->rowBytes == to->rowBytes && from->compression == to->compression &&
       from->rowsPerStrip == to->rowsPerStrip && from->stripOffsets == to->stripOffsets;
   if (alike) to->window = from->window;
+}
+
+void LXTiffRecT::box(LXRect* box) const {
+  LXTiff_GetImageBox(this, box);
+}
+void LXTiffRecT::rewind() {
+  LXTiff_Rewind(this);
+}
+std::int32_t LXTiffRecT::read(LXGWorld* band, const unsigned char* table) {
+  return LXTiff_ReadNextRasterBlock(this, band, table);
+}
+std::int32_t LXTiffRecT::readRGB(LXGWorld* red, LXGWorld* green, LXGWorld* blue) {
+  return LXTiff_ReadNextRasterBlockRGB(this, red, green, blue);
+}
+std::int32_t LXTiffRecT::readCMYK(LXGWorld* band, const unsigned char* table, int channel) {
+  return LXTiff_ReadNextRasterBlockCMYK(this, band, table, channel);
+}
+
+namespace {
+
+std::string compressionName(std::uint32_t code) {
+  switch (code) {
+    case 2:
+    case 3:
+    case 4:
+      return "CCITT fax compression";
+    case 5:
+      return "LZW compression";
+    case 7:
+      return "JPEG compression";
+    case 8:
+    case 32946:
+      return "Deflate compression";
+    default:
+      return "compression " + std::to_string(code);
+  }
+}
+
+}  // namespace
+
+std::string LXTiffRecT::undecodedCompression() const {
+  if (compression == kTiffCompressionNone || compression == kTiffCompressionPackBits) return {};
+  return compressionName(compression);
+}
+
+std::string LXTiffRecT::whyUnreadable() const {
+  constexpr const char* kLeftOut = "; nothing of it is printed";
+  if (stream) {
+    const std::string undecoded = undecodedCompression();
+    return undecoded.empty()
+               ? undecoded
+               : "uses " + undecoded + ", which is not read; its rows go out as stored";
+  }
+  if (byteOrder == 0) return std::string("is not a TIFF file") + kLeftOut;
+  if (!stripOffsets)
+    return std::string(tiled ? "is a tiled TIFF, which is not read" : "has no strip table") +
+           kLeftOut;
+  return std::string("has a header that claims rows the file cannot hold") + kLeftOut;
 }

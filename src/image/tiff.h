@@ -40,6 +40,16 @@ struct LXTiffRecT : LXBMPRecT {
   std::shared_ptr<lximage::ReadWindow> window = std::make_shared<lximage::ReadWindow>();
   std::uint16_t photometric = 1;
   std::uint32_t planarConfiguration = 1;
+  // The first directory names tiles: why a file without strips has none.
+  bool tiled = false;
+
+  void box(LXRect* box) const override;
+  void rewind() override;
+  std::int32_t read(LXGWorld* band, const unsigned char* table) override;
+  std::int32_t readRGB(LXGWorld* red, LXGWorld* green, LXGWorld* blue) override;
+  std::int32_t readCMYK(LXGWorld* band, const unsigned char* table, int channel) override;
+  [[nodiscard]] std::string whyUnreadable() const override;
+  [[nodiscard]] std::string undecodedCompression() const override;
 };
 
 // One directory entry; `value` holds the four bytes as they stand in the file.

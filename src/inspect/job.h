@@ -26,6 +26,7 @@
 
 #include "inspect/packets.h"
 #include "inspect/raster.h"
+#include "kelm/codes.h"
 
 namespace inspect {
 
@@ -74,7 +75,8 @@ struct ImageSummary {
   Placement at;
   std::int64_t rows = 0, skipped = 0;
   std::int64_t widthPixels = 0;  // of the widest decoded row
-  std::int64_t bytes[4] = {};    // coded row bytes: none, PackBits, seed row, blocks
+  // Coded row bytes, a column per announced compression: none, PackBits, seed row, blocks.
+  std::int64_t bytes[kelm::compression::kAnnouncedCount] = {};
   std::int32_t blockWidth = -1;
   std::uint32_t crc = 0;  // of the decoded rows, plane by plane
   std::int64_t dotRight() const { return at.dotX(widthPixels); }

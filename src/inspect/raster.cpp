@@ -293,7 +293,8 @@ class RasterDecoder::Builder {
   }
 
   bool planeRow(const RasterCommand& c, int code, std::string* error) {
-    if (code == compression::kPackBitsBlock) return block(c, error);
+    const compression::Kind* kind = compression::find(code);
+    if (kind != nullptr && kind->block) return block(c, error);
     const std::size_t plane = pending_.size();
     if (seeds_.size() <= plane) seeds_.resize(plane + 1);
     PlaneRow row;
@@ -378,10 +379,9 @@ bool RasterDecoder::add(const RasterCommand& c, std::string* error) {
   if (c.is("*v", 'W')) {
     configuration_ = c.data;
   } else if (c.is("*b", 'M')) {
-    if (c.number != compression::kNone && c.number != compression::kPackBits &&
-        c.number != compression::kSeedRow && c.number != compression::kPackBitsBlock) {
+    // Only a code a compression is announced under starts rows.
+    if (compression::announcedIndex(c.number) < 0)
       return fail(error, c.offset, "unknown compression " + c.value);
-    }
     compression_ = static_cast<int>(c.number);
   } else if (c.is("*r", 'A')) {
     if (builder_ != nullptr) return fail(error, c.offset, "raster mode started twice");

@@ -1,26 +1,19 @@
 // The summary of a print file and its text and JSON forms (see job.h).
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
 #include "inspect/job.h"
 #include "inspect/values.h"
+#include "kelm/codes.h"
 
 namespace inspect {
 namespace {
 
-constexpr const char* kCompressionNames[] = {"none", "packbits", "seedrow", "block"};
-
-int compressionSlot(int compression) {
-  switch (compression) {
-    case 2:
-      return 1;
-    case 3:
-      return 2;
-    case 128:
-      return 3;
-    default:
-      return 0;
-  }
+namespace compression = kelm::compression;
+// Rows of a code announced by no compression count as plain.
+int compressionSlot(int code) {
+  return std::max(compression::announcedIndex(code), 0);
 }
 
 std::string format(const char* f, ...) __attribute__((format(printf, 1, 2)));
@@ -62,7 +55,9 @@ class Summarizer : public JobSink {
   void row(std::int64_t, std::vector<PlaneRow>& planes) override {
     for (const PlaneRow& p : planes) {
       image_->widthPixels = std::max(image_->widthPixels, model_->pixels(p.bytes.size()));
-      if (p.compression != 128) image_->bytes[compressionSlot(p.compression)] += p.coded;
+      // Blocks are counted whole.
+      if (p.compression != compression::kPackBitsBlock)
+        image_->bytes[compressionSlot(p.compression)] += p.coded;
       const std::uint8_t size[4] = {
           std::uint8_t(p.bytes.size() >> 24), std::uint8_t(p.bytes.size() >> 16),
           std::uint8_t(p.bytes.size() >> 8), std::uint8_t(p.bytes.size())};
@@ -72,7 +67,7 @@ class Summarizer : public JobSink {
   void skip(std::int64_t rows) override { image_->skipped += rows; }
   void block(std::int32_t width, std::size_t, std::size_t bytes) override {
     image_->blockWidth = width;
-    image_->bytes[3] += static_cast<std::int64_t>(bytes);
+    image_->bytes[compressionSlot(compression::kPackBitsBlock)] += static_cast<std::int64_t>(bytes);
   }
   void imageEnd(std::int64_t rows) override {
     image_->rows = rows;
@@ -100,14 +95,26 @@ std::string planesText(const std::vector<std::uint8_t>& c) {
   return out.empty() ? "-" : out;
 }
 
+// "none N, packbits N, ...": a column per announced compression, `json` with the names quoted.
+std::string bytesText(const ImageSummary& i, bool json) {
+  std::string out;
+  int k = 0;
+  for (const compression::Kind& kind : compression::kKinds) {
+    if (kind.name == nullptr) continue;
+    out += format(json ? "%s\"%s\": %lld" : "%s%s %lld", k == 0 ? "" : ", ", kind.name,
+                  static_cast<long long>(i.bytes[k]));
+    ++k;
+  }
+  return out;
+}
+
 std::string imageText(const ImageSummary& i) {
   const Placement& a = i.at;
   const std::vector<std::uint8_t>& c = a.configuration;
   return format(
       "image %d at %lld,%lld dots, file offset %zu: %lld/%lld x %lld/%lld dots a pixel, "
       "colour space %d, %d plane%s (%s)\n"
-      "    %lld rows (%lld skipped), %lld pixels wide%s; bytes none %lld, packbits "
-      "%lld, seedrow %lld, block %lld; rows crc %08X\n",
+      "    %lld rows (%lld skipped), %lld pixels wide%s; bytes %s; rows crc %08X\n",
       a.image + 1, static_cast<long long>(a.x), static_cast<long long>(a.y), a.offset,
       static_cast<long long>(a.dotsH), static_cast<long long>(a.pixelsH),
       static_cast<long long>(a.dotsV), static_cast<long long>(a.pixelsV), c.empty() ? -1 : c[0],
@@ -115,8 +122,7 @@ std::string imageText(const ImageSummary& i) {
       planesText(c).c_str(), static_cast<long long>(i.rows), static_cast<long long>(i.skipped),
       static_cast<long long>(i.widthPixels),
       i.blockWidth >= 0 ? format(" (block width %d)", i.blockWidth).c_str() : "",
-      static_cast<long long>(i.bytes[0]), static_cast<long long>(i.bytes[1]),
-      static_cast<long long>(i.bytes[2]), static_cast<long long>(i.bytes[3]), i.crc);
+      bytesText(i, false).c_str(), i.crc);
 }
 
 }  // namespace
@@ -191,10 +197,7 @@ std::string formatJson(const JobSummary& s) {
           static_cast<long long>(a.dotsV), static_cast<long long>(a.pixelsV), depths.c_str(),
           jsonString(planesText(a.configuration)).c_str(), static_cast<long long>(i.rows),
           static_cast<long long>(i.skipped), static_cast<long long>(i.widthPixels), i.blockWidth);
-      for (int k = 0; k < 4; ++k) {
-        out += format("%s\"%s\": %lld", k == 0 ? "" : ", ", kCompressionNames[k],
-                      static_cast<long long>(i.bytes[k]));
-      }
+      out += bytesText(i, true);
       out += format("}, \"crc\": \"%08X\"}", i.crc);
     }
     out += "]}";

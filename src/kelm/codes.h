@@ -20,7 +20,7 @@ enum Code : int {
 };
 }  // namespace color_space
 
-// Row compressions, as "ESC*b#M" announces them.
+// Row compressions, as "CompressionMode" names them.
 namespace compression {
 enum Code : int {
   kNone = 0,
@@ -29,6 +29,56 @@ enum Code : int {
   kPackBitsBlock = 128,    // rows gathered into blocks
   kPackBitsSeedRow = 256,  // seed row or PackBits, row by row; announced as PackBits
 };
+
+// What the encoder, the configuration and the decoder need to know of a compression. A row a
+// seed-row compression cannot code against the row above goes out in `fallback`.
+struct Kind {
+  Code code;
+  const char* symbol;  // the configuration's name for it
+  const char* name;    // in summaries; null for one never announced under its own code
+  Code announced;      // the code "ESC*b#M" gives when rows of it start
+  bool block;          // rows gathered into blocks of kBlockRows
+  bool seedRow;        // rows coded against the row above
+  Code fallback;
+};
+
+inline constexpr Kind kKinds[] = {
+    {kNone, "kelm_id_val_compression_none", "none", kNone, false, false, kNone},
+    {kPackBits, "kelm_id_val_compression_packbits", "packbits", kPackBits, false, false, kPackBits},
+    {kSeedRow, "kelm_id_val_compression_seedrow", "seedrow", kSeedRow, false, true, kNone},
+    {kPackBitsBlock, "kelm_id_val_compression_packbits_block", "block", kPackBitsBlock, true, false,
+     kPackBitsBlock},
+    {kPackBitsSeedRow, "kelm_id_val_compression_packbits_seedrow", nullptr, kPackBits, false, true,
+     kPackBits},
+};
+
+inline constexpr int kBlockRows = 128;
+
+// The row of `code`, or null for a code no compression has.
+constexpr const Kind* find(std::int64_t code) {
+  for (const Kind& k : kKinds)
+    if (k.code == code) return &k;
+  return nullptr;
+}
+
+// The compressions a print file announces by their own code, in table order: a summary's
+// columns.
+inline constexpr int kAnnouncedCount = [] {
+  int n = 0;
+  for (const Kind& k : kKinds) n += k.name != nullptr ? 1 : 0;
+  return n;
+}();
+// The column of an announced code; -1 for any other.
+constexpr int announcedIndex(std::int64_t code) {
+  int i = 0;
+  for (const Kind& k : kKinds) {
+    if (k.name == nullptr) continue;
+    if (k.code == code) return i;
+    ++i;
+  }
+  return -1;
+}
+
 }  // namespace compression
 
 // Processing mode: family x 1000 + compression.

@@ -61,14 +61,14 @@ void KELM_SetRollWidth(const char* text);
 void KELM_SetSingleSSC(std::uint8_t value);
 void KELM_SetPrintStopOff(std::uint8_t value);
 void KELM_SetNewPJL(std::unique_ptr<newPJLLine> list);
-int KELM_SetImageProcessingFile(int index, const char* path);
+[[nodiscard]] int KELM_SetImageProcessingFile(int index, const char* path);
 
-int KELM_KeepWorkingMemory(KELMPlane* planes, std::int32_t mode);
+[[nodiscard]] int KELM_KeepWorkingMemory(KELMPlane* planes, std::int32_t mode);
 void KELM_FreeWorkingMemory(std::int32_t mode);
 
-int KELM_SendJobStart();
-int KELM_SendTableFile(const char* path);
-int KELM_SendJobEnd(int arg);
+[[nodiscard]] int KELM_SendJobStart();
+[[nodiscard]] int KELM_SendTableFile(const char* path);
+[[nodiscard]] int KELM_SendJobEnd(int arg);
 void KELM_SendFormFeed();
 void KELM_SendEndOfPage();
 
@@ -91,21 +91,3 @@ void KELM_ConvertPixelByPixel(KELMPlane* planes, std::int32_t row);
 // Row compression.
 void packBits(const unsigned char*& src, unsigned char*& dst, std::int32_t count);
 void kelm_ChangeCompressionMode(std::uint8_t mode);
-
-// A copy of the encoder's module state, for tests and diagnostics.
-struct KELMState {
-  std::int32_t numOfPages = 0;
-  std::int32_t blankLines = 0;
-  std::uint8_t compressionMode = 0;
-  std::int8_t inkType = -1;
-  std::string paperName;
-  std::string machineID;
-  std::string rollWidth;
-  std::array<std::string, 6> imageProcessingDataPath;
-  std::array<bool, 6> hasImageProcessingDataPath = {};
-  std::int32_t codeDataBytes = 0;
-  bool hasCodeData = false;
-  std::int32_t pixelByPixelCodeDataBytes = 0;
-  bool hasPixelByPixelCodeData = false;
-};
-KELMState kelm_GetState();

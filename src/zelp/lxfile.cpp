@@ -109,7 +109,7 @@ std::size_t LXFile_WriteCString(const char* text) {
 }
 
 void LXFile_Delete() {
-  LXFile_Close();
+  (void)LXFile_Close();  // a job that got this far closed it already and read the result
   mFilePath.clear();
 }
 

@@ -16,10 +16,10 @@ LXFileResult LXFile_Result();
 
 const char* LXFile_NewWithName(const char* name);
 const char* LXFile_New();
-int LXFile_Open();
-int LXFile_Close();
-int LXFile_Flush();
-int LXFile_SeekTo(long offset);
+[[nodiscard]] int LXFile_Open();
+[[nodiscard]] int LXFile_Close();
+[[nodiscard]] int LXFile_Flush();
+[[nodiscard]] int LXFile_SeekTo(long offset);
 long LXFile_GetPosition();
 bool LXFile_IsOpen();
 // True once a write or read on the open stream has failed.

@@ -10,8 +10,8 @@ struct rawPacket;
 void ZELP_NewWithName(const char* path);
 void ZELP_New();
 void ZELP_Init();
-int ZELP_Open();
-int ZELP_Close();
+[[nodiscard]] int ZELP_Open();
+[[nodiscard]] int ZELP_Close();
 void ZELP_Delete();
 
 // Raster stream, cut into data packets.
@@ -72,6 +72,6 @@ void ZELP_SetJobOctets(std::uint32_t value);
 void ZELP_SetRawPacket(rawPacket* list);
 
 // Job start and end packet sequences.
-int ZELP_SendJobStartWithJobAttributes();
-int ZELP_SendJobStart2WithJobAttributes();
-int ZELP_SendJobEnd(int flag);
+[[nodiscard]] int ZELP_SendJobStartWithJobAttributes();
+[[nodiscard]] int ZELP_SendJobStart2WithJobAttributes();
+[[nodiscard]] int ZELP_SendJobEnd(int flag);

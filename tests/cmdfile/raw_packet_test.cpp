@@ -78,7 +78,8 @@ TEST(RawPacket, SectionFatalLines) {
                {{{"[KELM]", "4"}}, ""}};
   for (const auto& [lines, echo] : cases) {
     parameter p;
-    EXPECT_EXIT_WITH_STDOUT(feed(parseZELP_RawParameter, p, lines), echo);
+    EXPECT_EXIT_FOR(feed(parseZELP_RawParameter, p, lines), echo,
+                    "unknown key (a packet line starts with 0x or a double quote)");
   }
 }
 

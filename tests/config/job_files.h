@@ -33,10 +33,10 @@ inline std::unique_ptr<parameter> readJob(const testsupport::TempDir& dir,
 
 }  // namespace jobfiles
 
-// Reading `text` ends the process with status 1, having printed exactly `out`.
-#define EXPECT_JOB_FAILS(text, out)                                 \
+// Reading `text` ends the process with status 1 for `reason`, having printed exactly `out`.
+#define EXPECT_JOB_FAILS(text, out, reason)                         \
   do {                                                              \
     SCOPED_TRACE(text);                                             \
     testsupport::TempDir failDir;                                   \
-    EXPECT_EXIT_WITH_STDOUT(jobfiles::readJob(failDir, text), out); \
+    EXPECT_EXIT_FOR(jobfiles::readJob(failDir, text), out, reason); \
   } while (0)

@@ -122,9 +122,9 @@ TEST(Reader, EachConfigurationStartsAfresh) {
   TempDir dir;
   readJob(dir, "[Global]\n[ZELP]\nVersion=2\nPlex=1\n" + kTail);
   // Neither the key set, nor the section, nor the sections seen carry over.
-  EXPECT_JOB_FAILS("[ZELP]\nPlex=1\n" + kTail, "");
+  EXPECT_JOB_FAILS("[ZELP]\nPlex=1\n" + kTail, "", "not a key under Version 1");
   EXPECT_EQ(readJob(dir, kTail)->jobImpressions, 1);
-  EXPECT_JOB_FAILS("", "[Global]\n[ZELP]\n");
+  EXPECT_JOB_FAILS("", "[Global]\n[ZELP]\n", "the job configuration is empty");
 }
 
 const std::string kResolutions = "GraphicResolutionH=300\nGraphicResolutionV=300\n";

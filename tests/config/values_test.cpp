@@ -57,20 +57,38 @@ TEST(ValueKinds, AcceptedNumbersAndSymbols) {
 }
 
 TEST(ValueKinds, RejectedNumbersAndSymbols) {
-  const std::vector<std::pair<Parser, std::vector<const char*>>> cases = {
-      {I, {"-1", "+5", "12a", "0x1G", ""}},
-      {S, {"25mm", "--1", "-0xZ"}},
-      {IS, {"no_such_symbol", "0xZZ", "ID_VAL_PLEX_SIMPLEX"}},
-      {QS, {"LONGEDGE", "\"nope\"", "\"\""}},
-      {BS, {"\"LONGEDGE\""}},
+  // The reason, with %s standing for the value.
+  constexpr const char* kNumber = "\"%s\" is not a number";
+  constexpr const char* kHex = "\"%s\" is not a hexadecimal number";
+  constexpr const char* kName = "\"%s\" is neither a number nor a known name";
+  constexpr const char* kMedium =
+      "\"%s\" ends in neither four digits nor any, not_care, unknown, other";
+  const std::vector<std::pair<Parser, std::vector<std::pair<const char*, const char*>>>> cases = {
+      {I,
+       {{"-1", kNumber},
+        {"+5", kNumber},
+        {"12a", kNumber},
+        {"0x1G", kHex},
+        {"", "no value given"}}},
+      {S, {{"25mm", kNumber}, {"--1", kNumber}, {"-0xZ", kHex}}},
+      {IS, {{"no_such_symbol", kName}, {"0xZZ", kName}, {"ID_VAL_PLEX_SIMPLEX", kName}}},
+      {QS,
+       {{"LONGEDGE", "%s is not a name in double quotes"},
+        {"\"nope\"", "%s is neither a number nor a known name"},
+        {"\"\"", "%s is neither a number nor a known name"}}},
+      {BS, {{"\"LONGEDGE\"", kName}}},
       {EX,
-       {"id_val_lfp_medium_type_ex_12345", "id_val_lfp_medium_type_ex_foo",
-        "id_val_lfp_medium_type_ex_"}}};
+       {{"id_val_lfp_medium_type_ex_12345", kMedium},
+        {"id_val_lfp_medium_type_ex_foo", kMedium},
+        {"id_val_lfp_medium_type_ex_", kMedium}}}};
   for (const auto& [parse, values] : cases) {
-    for (const char* value : values) {
+    for (const auto& [value, reason] : values) {
       SCOPED_TRACE(value);
       int field = initialFor(parse);
-      EXPECT_EXIT_WITH_STDOUT(parse("K", "K", value, &field, nullptr), "");
+      std::string expected = reason;
+      if (const std::size_t at = expected.find("%s"); at != std::string::npos)
+        expected.replace(at, 2, value);
+      EXPECT_EXIT_FOR(parse("K", "K", value, &field, nullptr), "", expected);
     }
   }
 }
@@ -78,7 +96,7 @@ TEST(ValueKinds, RejectedNumbersAndSymbols) {
 TEST(ValueKinds, RepeatedKey) {
   for (Parser parse : {I, S, IS, EX, BS}) {
     int field = 7;
-    EXPECT_EXIT_WITH_STDOUT(parse("K", "K", "1", &field, nullptr), "");
+    EXPECT_EXIT_FOR(parse("K", "K", "1", &field, nullptr), "", "given more than once");
   }
   // Quoted symbols overwrite.
   int field = 0;
@@ -89,12 +107,17 @@ TEST(ValueKinds, RepeatedKey) {
 // Signs are kept apart from the value (see the full record); anything but one sign and digits
 // ends the process, as does a second value.
 TEST(ValueKinds, SignedPositions) {
-  for (const char* bad : {"1-2", "x", "+ 1", ""}) {
+  const std::pair<const char*, const char*> cases[] = {{"1-2", "\"1-2\" is not a number"},
+                                                       {"x", "\"x\" is not a number"},
+                                                       {"+ 1", "\"+ 1\" is not a number"},
+                                                       {"", "no value given"}};
+  for (const auto& [bad, reason] : cases) {
     int field = -1, sign = 0;
-    EXPECT_EXIT_WITH_STDOUT(parseYOffset("K", "K", bad, &field, &sign, nullptr), "");
+    EXPECT_EXIT_FOR(parseYOffset("K", "K", bad, &field, &sign, nullptr), "", reason);
   }
   int field = 3, sign = 0;
-  EXPECT_EXIT_WITH_STDOUT(parseStartingPosition("K", "K", "4", &field, &sign, nullptr), "");
+  EXPECT_EXIT_FOR(parseStartingPosition("K", "K", "4", &field, &sign, nullptr), "",
+                  "given more than once");
 }
 
 TEST(ValueKinds, IndexLevels) {
@@ -107,9 +130,14 @@ TEST(ValueKinds, IndexLevels) {
     EXPECT_EQ(parseIndexLevel("K", "K", value, &field, nullptr), 1);
     EXPECT_EQ(field, table) << value;
   }
-  for (const char* bad : {"8", "-3", "17", "2", ""}) {
+  const std::pair<const char*, const char*> rejected[] = {{"8", "no reduction to 8 levels"},
+                                                          {"-3", "no reduction to -3 levels"},
+                                                          {"17", "no reduction to 17 levels"},
+                                                          {"2", "no reduction to 2 levels"},
+                                                          {"", "no value given"}};
+  for (const auto& [bad, reason] : rejected) {
     const unsigned char* field = nullptr;
-    EXPECT_EXIT_WITH_STDOUT(parseIndexLevel("K", "K", bad, &field, nullptr), "");
+    EXPECT_EXIT_FOR(parseIndexLevel("K", "K", bad, &field, nullptr), "", reason);
   }
 }
 
@@ -150,11 +178,13 @@ TEST(ValueKinds, JobTimes) {
   for (const char* bad : {"\"12/31/2020 23:59\"", "12/31/2020 23:59:59", "\"12-31-2020 23:59:59\"",
                           "\"12/31/2020 23:59:59 UTC\"", "0x5"}) {
     parameter p;
-    EXPECT_EXIT_WITH_STDOUT(parseJobTime("JobTime", "JobTime", bad, &p, nullptr), "");
+    EXPECT_EXIT_FOR(
+        parseJobTime("JobTime", "JobTime", bad, &p, nullptr), "",
+        std::string(bad) + " is neither a number, a known name nor \"DD/DD/DDDD DD:DD:DD\"");
   }
   parameter p;
   p.jobTime = 0;
-  EXPECT_EXIT_WITH_STDOUT(parseJobTime("JobTime", "JobTime", "1", &p, nullptr), "");
+  EXPECT_EXIT_FOR(parseJobTime("JobTime", "JobTime", "1", &p, nullptr), "", "given more than once");
 }
 
 TEST(ValueKinds, Unquoting) {
@@ -197,9 +227,9 @@ TEST(SectionChecks, KeyPresenceFromHeader) {
   }
   EXPECT_EQ(checkParameterInteger("A", -1, head.get(), 1), 0);
   EXPECT_EQ(checkParameterInteger("B", -1, head.get(), 3), 0);
-  EXPECT_EXIT_WITH_STDOUT(checkParameterInteger("A", -1, head.get(), 3), "");
-  EXPECT_EXIT_WITH_STDOUT(checkParameterInteger("A", 5, head.get(), 1), "");
-  EXPECT_EXIT_WITH_STDOUT(checkParameterInteger("C", -1, head.get(), 1), "");
+  EXPECT_EXIT_FOR(checkParameterInteger("A", -1, head.get(), 3), "", "has no usable value");
+  EXPECT_EXIT_FOR(checkParameterInteger("A", 5, head.get(), 1), "", "has no usable value");
+  EXPECT_EXIT_FOR(checkParameterInteger("C", -1, head.get(), 1), "", "missing from the section");
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "config/job_files.h"
+#include "diag/diag.h"
 #include "support/support.h"
 #include "zelpgen/zelpgen.h"
 
@@ -49,8 +52,9 @@ TEST(EntryPoint, ResolvesThePathBeforeDerivingNames) {
 
 TEST(EntryPoint, ConfigurationThatCannotBeReadEndsWithStatusOne) {
   TempDir dir;
-  EXPECT_EXIT_WITH_STDOUT(makeZELPData((dir / "absent.cfg").c_str()), "");
-  EXPECT_EXIT_WITH_STDOUT(makeZELPData(nullptr), "");
+  EXPECT_EXIT_FOR(makeZELPData((dir / "absent.cfg").c_str()), "",
+                  "cannot open the job configuration");
+  EXPECT_EXIT_FOR(makeZELPData(nullptr), "", "cannot open the job configuration");
 
   // A path longer than the name buffers is refused, not cut to another job's name.
   fs::path deep = dir.path();
@@ -61,7 +65,8 @@ TEST(EntryPoint, ConfigurationThatCannotBeReadEndsWithStatusOne) {
   writeJob(cut);
   writeJob(deep / "job.cfg.long");
   EXPECT_EQ(makeZELPData(cut.c_str()), 0);
-  EXPECT_EXIT_WITH_STDOUT(makeZELPData((deep / "job.cfg.long").c_str()), "");
+  EXPECT_EXIT_FOR(makeZELPData((deep / "job.cfg.long").c_str()), "",
+                  "the job's full path is longer than 259 characters");
 
   // A default output name that would not fit whole is refused as well.
   const std::string stem = (deep / "").string();
@@ -71,7 +76,24 @@ TEST(EntryPoint, ConfigurationThatCannotBeReadEndsWithStatusOne) {
   writeJob(tooLong);
   EXPECT_EQ(makeZELPData(fits.c_str()), 0);
   EXPECT_TRUE(fs::exists(fits.string() + ".dat"));
-  EXPECT_EXIT_WITH_STDOUT(makeZELPData(tooLong.c_str()), "");
+  EXPECT_EXIT_FOR(makeZELPData(tooLong.c_str()), "",
+                  "the default print file name (the job's path with .dat) is too long");
+}
+
+// Nothing thrown inside reaches a C caller: the job ends with status 1, as a bad configuration
+// does, and a hook hears why.
+TEST(EntryPoint, AnExceptionInsideEndsTheJobWithStatusOne) {
+  TempDir dir;
+  EXPECT_EXIT(
+      {
+        diag::setHook([](diag::Severity, const diag::JobError& e) {
+          if (e.reason.rfind("the job stopped", 0) != 0) throw std::runtime_error("thrown");
+          std::fprintf(stderr, "%s\n", e.reason.c_str());
+        });
+        makeZELPData((dir / "absent.cfg").c_str());
+        std::_Exit(0);
+      },
+      ::testing::ExitedWithCode(1), "^the job stopped on an unexpected failure: thrown\n$");
 }
 
 }  // namespace

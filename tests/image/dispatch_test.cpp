@@ -3,7 +3,9 @@
 
 #include <cerrno>
 #include <string>
+#include <vector>
 
+#include "diag/diag.h"
 #include "image/lxbmp.h"
 #include "support/image_support.h"
 #include "support/support.h"
@@ -73,11 +75,19 @@ TEST(Dispatch, CannotOpenMessages) {
       {"/nonexistent/a.BMP",
        "ERROR! LXWindowsBMP_New can't open '/nonexistent/a.BMP'. (errno=2)\n(2)\n"},
   };
+  // The hook hears the line as a warning, its message without the newline.
+  static std::vector<std::string> heard;
+  diag::setHook([](diag::Severity severity, const diag::JobError& e) {
+    if (severity == diag::Severity::kWarning) heard.push_back(e.reason);
+  });
   for (const auto& c : cases) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(LXBMP_New(c.path), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), c.message);
+    ASSERT_FALSE(heard.empty());
+    EXPECT_EQ("ERROR! " + heard.back() + "\n(2)\n", c.message);
   }
+  diag::setHook(nullptr);
 }
 
 TEST(GWorld, RowBytesByPixelSize) {

@@ -8,6 +8,7 @@
 #include "harness.h"
 #include "image/lxgworld.h"
 #include "kelm/kelm.h"
+#include "kelm/state.h"
 
 namespace {
 
@@ -308,9 +309,9 @@ TEST(SendBand, HeldBackRowsCarryOverBandsUntilTopOfPage) {
   EXPECT_EQ(codes,
             "ESC*r1A ESC*b3M ESC*b4Y ESC*b0M ESC*b8V ESC*b8V ESC*b8V ESC*b8W ESC*b3M ESC*b0V "
             "ESC*b0V ESC*b0V ESC*b0W ESC*b0M ESC*b8V ESC*b8V ESC*b8V ESC*b8W ESC*rC");
-  EXPECT_EQ(kelm_GetState().blankLines, 1);
+  EXPECT_EQ(kelm_GetState().mBlankLines, 1);
   kelmtest::captureRaster([] { KELM_SendTopOfPage(1, 1, 1); });
-  EXPECT_EQ(kelm_GetState().blankLines, 0);
+  EXPECT_EQ(kelm_GetState().mBlankLines, 0);
 }
 
 }  // namespace

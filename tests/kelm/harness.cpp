@@ -14,7 +14,7 @@ std::string captureRaster(const std::function<void()>& body) {
   EXPECT_EQ(ZELP_Open(), 0);
   body();
   ZELP_Flush(0);
-  ZELP_Close();
+  EXPECT_EQ(ZELP_Close(), 0);
   ZELP_Delete();
   std::vector<inspect::Packet> packets;
   std::string error;

@@ -4,6 +4,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "diag/diag.h"
+
 namespace testsupport {
 
 TempDir::TempDir() {
@@ -31,6 +33,12 @@ void writeFile(const std::filesystem::path& path, const std::vector<std::uint8_t
   std::ofstream out(path, std::ios::binary);
   out.write(reinterpret_cast<const char*>(bytes.data()),
             static_cast<std::streamsize>(bytes.size()));
+}
+
+void sayFailuresOnStdout() {
+  diag::setHook([](diag::Severity severity, const diag::JobError& e) {
+    if (severity == diag::Severity::kError) std::printf("failed: %s\n", e.reason.c_str());
+  });
 }
 
 std::string exactRegex(const std::string& text) {

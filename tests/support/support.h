@@ -31,6 +31,9 @@ std::vector<std::uint8_t> readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& text);
 void writeFile(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes);
 
+// From now on a failed job writes "failed: <reason>" and a newline to stdout.
+void sayFailuresOnStdout();
+
 // A POSIX extended regular expression that matches exactly `text`.
 std::string exactRegex(const std::string& text);
 
@@ -44,16 +47,19 @@ std::vector<std::uint8_t> packet(std::uint16_t op, const std::vector<std::uint8_
 
 }  // namespace testsupport
 
-// The statement must end the process with status 1, having written exactly `text` to stdout.
-#define EXPECT_EXIT_WITH_STDOUT(statement, text)                        \
-  do {                                                                  \
-    std::fflush(stdout);                                                \
-    EXPECT_EXIT(                                                        \
-        {                                                               \
-          ::dup2(2, 1);                                                 \
-          statement;                                                    \
-          std::fflush(stdout);                                          \
-          std::_Exit(0);                                                \
-        },                                                              \
-        ::testing::ExitedWithCode(1), ::testsupport::exactRegex(text)); \
+// The statement must end the process with status 1 for `reason`, having written exactly `text`
+// to stdout.
+#define EXPECT_EXIT_FOR(statement, text, reason)                                                 \
+  do {                                                                                           \
+    std::fflush(stdout);                                                                         \
+    EXPECT_EXIT(                                                                                 \
+        {                                                                                        \
+          ::dup2(2, 1);                                                                          \
+          ::testsupport::sayFailuresOnStdout();                                                  \
+          statement;                                                                             \
+          std::fflush(stdout);                                                                   \
+          std::_Exit(0);                                                                         \
+        },                                                                                       \
+        ::testing::ExitedWithCode(1),                                                            \
+        ::testsupport::exactRegex(std::string(text) + "failed: " + std::string(reason) + "\n")); \
   } while (0)

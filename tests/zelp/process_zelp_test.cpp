@@ -24,8 +24,8 @@ class ProcessZelp : public ZelpJob {
   }
   Bytes run() {
     EXPECT_EQ(processZELP(&record_), 0);
-    ZELP_SendJobStartWithJobAttributes();
-    ZELP_SendJobEnd(0);
+    EXPECT_EQ(ZELP_SendJobStartWithJobAttributes(), 0);
+    EXPECT_EQ(ZELP_SendJobEnd(0), 0);
     return finish(true);
   }
   parameter record_;

@@ -54,7 +54,7 @@ TEST_F(ZelpJob, AnyTime) {
     ZELP_NewWithName(path().c_str());
     ZELP_SetAnyTime(c.day, c.month, c.year, 3, c.hour, c.minute, c.second, c.isGMT);
     ASSERT_EQ(ZELP_Open(), 0);
-    ZELP_SendJobStartWithJobAttributes();
+    EXPECT_EQ(ZELP_SendJobStartWithJobAttributes(), 0);
     finish();
     ASSERT_GE(packets_.size(), 2u);
     const auto time = inspect::setAttribute(packets_[1]);

@@ -51,7 +51,7 @@ class ZelpJob : public ::testing::Test {
  protected:
   void SetUp() override { open(1); }
   void TearDown() override {
-    ZELP_Close();
+    (void)ZELP_Close();  // finish() read it already
     ZELP_Delete();
     zelp_ResetSetFlags();
   }
@@ -68,7 +68,7 @@ class ZelpJob : public ::testing::Test {
   // Closes the file and returns its bytes, which must split into packets and, for a whole
   // job, form one well-formed job.
   Bytes finish(bool wholeJob = false) {
-    ZELP_Close();
+    EXPECT_EQ(ZELP_Close(), 0);
     Bytes bytes = testsupport::readFile(path());
     std::string error;
     EXPECT_TRUE(inspect::decodePackets(bytes, &packets_, &error)) << error;

@@ -7,7 +7,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <string>
 
 #include "commands.h"
@@ -16,7 +15,6 @@
 #include "output.h"
 #include "progress.h"
 #include "proof.h"
-#include "stderr_capture.h"
 #include "zelp/store.h"
 
 namespace {
@@ -100,8 +98,6 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial, bool
   sProgressReport = &outcome.report;
   sRowsSent = 0;
   setRowsSentHook(rowsSent);
-  std::optional<cli::StderrCapture> held;
-  if (trial) held.emplace();
   std::string scratch;
   PrintFile out;
   try {
@@ -149,18 +145,6 @@ cli::JobOutcome cli::runJobSaying(const char* path, bool quiet, bool trial, bool
   } catch (const JobFailed&) {
     if (!trial) out.fail();
     outcome.status = kExitJobError;
-  }
-  if (held) {
-    const int errors = held->replay();
-    if (errors > 0 && outcome.status == kExitOk)
-      say(diag::Severity::kWarning,
-          {{},
-           0,
-           {},
-           {},
-           {},
-           std::to_string(errors) + " ERROR! line" + (errors > 1 ? "s" : "") + " above: what " +
-               (errors > 1 ? "they name is" : "it names is") + " left out of the print file"});
   }
   if (!scratch.empty()) {
     struct stat st {};

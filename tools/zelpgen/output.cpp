@@ -16,7 +16,6 @@
 
 #include "config/parameter.h"
 #include "inspect/packets.h"
-#include "stderr_capture.h"
 #include "zelp/codes.h"
 #include "zelp/lxfile.h"
 
@@ -35,8 +34,6 @@ char sFailed[PATH_MAX + 32];
 char sNote[3 * PATH_MAX];
 
 void onSignal(int signal) {
-  // Messages a check holds back come first, as they would have.
-  cli::StderrCapture::replayForSignal();
   if (sScratch[0] != '\0') unlink(sScratch);
   if (sPart[0] != '\0' && rename(sPart, sFailed) == 0) {
     const ssize_t ignored = write(STDERR_FILENO, sNote, std::strlen(sNote));

@@ -29,7 +29,7 @@ class Progress {
  private:
   using Clock = std::chrono::steady_clock;
   std::string command_;
-  std::FILE* out_ = nullptr;  // the terminal, even while stderr is held elsewhere
+  std::FILE* out_ = nullptr;  // the terminal
   Clock::time_point start_ = Clock::now();
   Clock::time_point drawn_{};
   double after_ = 1.0;
