@@ -242,8 +242,11 @@ class JobRun final : public PdfSink {
     if (!writeConfiguration(cfg, dat)) return false;
     ChildLimits limits = settings().limits;
     limits.fileBytes = std::min(limits.fileBytes, settings().spoolLimit);
+    papplLogJob(job_, PAPPL_LOGLEVEL_DEBUG, "Page %u written to %u band images; running zelpgen.",
+                pageNumber_, static_cast<unsigned>(images_.size()));
     const ChildOutcome outcome =
         runChild({settings().zelpgen, "print", "--strict", cfg}, folder_, limits);
+    papplLogJob(job_, PAPPL_LOGLEVEL_DEBUG, "zelpgen ended for page %u.", pageNumber_);
     if (!outcome.stderrTail.empty()) {
       papplLogJob(job_, outcome.ok ? PAPPL_LOGLEVEL_INFO : PAPPL_LOGLEVEL_ERROR, "zelpgen: %s",
                   outcome.stderrTail.c_str());

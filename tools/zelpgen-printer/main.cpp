@@ -61,6 +61,10 @@ bool saveState(pappl_system_t* system, void* data) {
   return papplSystemSaveState(system, static_cast<const char*>(data));
 }
 
+bool keepNothing(pappl_system_t*, void*) {
+  return true;
+}
+
 pappl_system_t* makeSystem(int count, cups_option_t* options, void* /*data*/) {
   zp::Settings& s = zp::settings();
   std::uint64_t seconds = 0;
@@ -165,9 +169,12 @@ pappl_system_t* makeSystem(int count, cups_option_t* options, void* /*data*/) {
   std::snprintf(version.sversion, sizeof version.sversion, "%s", ZELPGEN_VERSION_STRING);
   papplSystemSetVersions(system, 1, &version);
 
+  // Without a state file nothing is kept: PAPPL's own default would write below /var/lib.
   if (const char* state = option("state-file", count, options)) {
     papplSystemLoadState(system, state);
     papplSystemSetSaveCallback(system, saveState, const_cast<char*>(state));
+  } else {
+    papplSystemSetSaveCallback(system, keepNothing, nullptr);
   }
   return system;
 }
