@@ -1,7 +1,9 @@
 // One program in its own process, bounded in time, memory and file size.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,5 +29,12 @@ struct ChildOutcome {
 // in `workdir`, with a minimal environment, stdin from /dev/null, in its own process group.
 ChildOutcome runChild(const std::vector<std::string>& argv, const std::string& workdir,
                       const ChildLimits& limits, int stdoutFd = -1);
+
+// The same, with the child's stdout read through a pipe by this thread and handed to onOutput as
+// it comes, under the same wall-clock limit. onOutput returning false kills the child; the
+// outcome then says "<program> was stopped" and the caller knows the better reason.
+using OutputHandler = std::function<bool(const std::uint8_t* data, std::size_t size)>;
+ChildOutcome runChild(const std::vector<std::string>& argv, const std::string& workdir,
+                      const ChildLimits& limits, const OutputHandler& onOutput);
 
 }  // namespace zp
