@@ -110,12 +110,18 @@ std::vector<ConfigLine> optionLines(pappl_job_t* job, const pappl_pr_options_t* 
     add(mapValue(kVendorDryingMethod, drying, std::atol(seconds.c_str())));
   }
 
-  // A size the table names keeps its name; any other (roll lengths) goes by its measures.
-  const std::vector<std::string> named = tableValues("media");
-  const std::string sizeName = options->media.size_name;
-  if (std::find(named.begin(), named.end(), sizeName) != named.end() &&
-      paperWidth == options->media.size_width && paperLength == options->media.size_length) {
-    add(mapValue("media", sizeName));
+  // A size the table names keeps its name (within 1 mm); any other, roll lengths included, goes
+  // by its measures.
+  std::string named;
+  for (const std::string& name : tableValues("media")) {
+    const pwg_media_t* media = pwgMediaForPWG(name.c_str());
+    if (media != nullptr && std::abs(media->width - paperWidth) <= 100 &&
+        std::abs(media->length - paperLength) <= 100) {
+      named = name;
+    }
+  }
+  if (!named.empty()) {
+    add(mapValue("media", named));
     add(mapValue("media", "*named"));
   } else {
     add(mapValue("media", "*custom"));
@@ -525,11 +531,7 @@ bool rasterStartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device
   // Paper: the page's own size (PAPPL fits the document onto the chosen media).
   const int width = static_cast<int>(std::uint64_t{page.width} * 2540 / page.xdpi);
   const int length = static_cast<int>(std::uint64_t{page.height} * 2540 / page.ydpi);
-  run->setOptions(
-      options,
-      std::abs(width - options->media.size_width) <= 10 ? options->media.size_width : width,
-      std::abs(length - options->media.size_length) <= 10 ? options->media.size_length : length,
-      ourCopies(job, options));
+  run->setOptions(options, width, length, ourCopies(job, options));
   return run->beginPage(page);
 }
 
