@@ -405,38 +405,13 @@ class JobRun final : public PdfSink {
   }
 
   bool writeConfiguration(const std::string& cfg, const std::string& dat) {
-    std::vector<ConfigLine> lines = lines_;
-    const char* mode = page_.colour ? "color" : "monochrome";
-    const std::string dpi = std::to_string(page_.xdpi) + "dpi";
-    auto add = [&lines](const std::vector<ConfigLine>& more) {
-      lines.insert(lines.end(), more.begin(), more.end());
-    };
-    add(mapValue("printer-resolution", dpi, page_.xdpi));
-    std::string text = "[Global]\nOutFilePath=" + quoted(fs::path(dat).filename(), 255) + "\n";
-    for (const char* section : {"ZELP", "KELM"}) {
-      text += std::string("[") + section + "]\n";
-      for (const ConfigLine& line : lines) {
-        if (line.section == section) text += line.key + "=" + line.value + "\n";
-      }
-    }
-    // The first band carries the image settings; the others inherit them.
-    for (std::size_t i = 0; i < images_.size(); ++i) {
-      text += "[Image]\n";
-      text += std::string(page_.colour ? "ImageFileCMYK=" : "ImageFileK=") +
-              quoted(fs::path(images_[i].path).filename(), 255) + "\n";
-      if (i == 0) {
-        for (const ConfigLine& line : mapValue("print-color-mode", mode)) {
-          text += line.key + "=" + line.value + "\n";
-        }
-        text += "CompressionMode=kelm_id_val_compression_packbits\n";
-        for (const ConfigLine& line : mapValue("printer-resolution", "*", page_.xdpi)) {
-          if (line.section == "Image") text += line.key + "=" + line.value + "\n";
-        }
-      }
-      text += "StartingPositionX=0\nStartingPositionY=" + std::to_string(images_[i].first) + "\n";
+    std::vector<BandImage> bands;
+    for (const Image& image : images_) {
+      bands.push_back({image.first, fs::path(image.path).filename().string()});
     }
     std::ofstream out(cfg, std::ios::binary | std::ios::trunc);
-    out << text;
+    out << pageConfiguration(lines_, bands, page_.colour, page_.xdpi,
+                             fs::path(dat).filename().string());
     out.close();
     if (!out) {
       return fail(std::string("cannot write the job configuration to the spool disk: ") +
@@ -466,6 +441,43 @@ class JobRun final : public PdfSink {
   TIFF* image_ = nullptr;
   std::vector<std::uint8_t> inkRow_, mixRow_, kRow_;
 };
+
+}  // namespace
+
+std::string pageConfiguration(const std::vector<ConfigLine>& options,
+                              const std::vector<BandImage>& bands, bool colour, int dpi,
+                              const std::string& outFile) {
+  std::vector<ConfigLine> lines = options;
+  const std::vector<ConfigLine> resolution =
+      mapValue("printer-resolution", std::to_string(dpi) + "dpi", dpi);
+  lines.insert(lines.end(), resolution.begin(), resolution.end());
+  std::string text = "[Global]\nOutFilePath=" + quoted(outFile, 255) + "\n";
+  for (const char* section : {"ZELP", "KELM"}) {
+    text += std::string("[") + section + "]\n";
+    for (const ConfigLine& line : lines) {
+      if (line.section == section) text += line.key + "=" + line.value + "\n";
+    }
+  }
+  // The first band carries the image settings; the others inherit them.
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    text += "[Image]\n";
+    text +=
+        std::string(colour ? "ImageFileCMYK=" : "ImageFileK=") + quoted(bands[i].file, 255) + "\n";
+    if (i == 0) {
+      for (const ConfigLine& line : mapValue("print-color-mode", colour ? "color" : "monochrome")) {
+        text += line.key + "=" + line.value + "\n";
+      }
+      text += "CompressionMode=kelm_id_val_compression_packbits\n";
+      for (const ConfigLine& line : resolution) {
+        if (line.section == "Image") text += line.key + "=" + line.value + "\n";
+      }
+    }
+    text += "StartingPositionX=0\nStartingPositionY=" + std::to_string(bands[i].firstRow) + "\n";
+  }
+  return text;
+}
+
+namespace {
 
 JobRun* runOf(pappl_job_t* job) {
   return static_cast<JobRun*>(papplJobGetData(job));
@@ -526,6 +538,11 @@ bool rasterStartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device
                          " bits a pixel in colour space " + std::to_string(h.cupsColorSpace) +
                          " at " + std::to_string(page.xdpi) + "x" + std::to_string(page.ydpi) +
                          " dpi is not printed (8-bit gray, sRGB or CMYK, square dots)",
+                     PAPPL_JREASON_DOCUMENT_UNPRINTABLE_ERROR);
+  }
+  if (mapValue("printer-resolution", std::to_string(page.xdpi) + "dpi").empty()) {
+    return run->fail("page raster at " + std::to_string(page.xdpi) +
+                         " dpi; the printer takes the resolutions it announces",
                      PAPPL_JREASON_DOCUMENT_UNPRINTABLE_ERROR);
   }
   page.colour = page.channels != 1 && options->print_color_mode != PAPPL_COLOR_MODE_MONOCHROME;

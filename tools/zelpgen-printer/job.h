@@ -6,8 +6,10 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "child.h"
+#include "drivers.h"
 
 namespace zp {
 
@@ -22,6 +24,18 @@ struct Settings {
   ChildLimits limits;
 };
 Settings& settings();
+
+// One band image of a page: the page row it starts at and its file, beside the configuration.
+struct BandImage {
+  unsigned firstRow;
+  std::string file;
+};
+
+// The job configuration of one page: the job's option lines, the resolution, the bands one
+// under another; the print file goes to `outFile`, beside the configuration.
+std::string pageConfiguration(const std::vector<ConfigLine>& options,
+                              const std::vector<BandImage>& bands, bool colour, int dpi,
+                              const std::string& outFile);
 
 bool printNativeFile(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device);
 bool rasterStartJob(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device);
