@@ -59,7 +59,6 @@ int main(int argc, char** argv) {
   zp::PdfOptions options;
   options.dpi = argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 600;
   options.gray = argc > 3 && std::string(argv[3]) == "gray";
-  options.workdir = ".";
   std::string error;
   auto converter = zp::InkConverter::create(argc > 4 ? argv[4] : "", &error);
   if (!converter) {
