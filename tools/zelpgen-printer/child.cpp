@@ -237,8 +237,9 @@ ChildOutcome runChildImpl(const std::vector<std::string>& argv, const std::strin
     if (!exited) {
       siginfo_t info;
       info.si_pid = 0;
-      if (::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
-          info.si_pid == pid) {
+      int waited = ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT);
+      // ECHILD: someone else reaped it (SIGCHLD ignored); its status is lost, not its end.
+      if ((waited == 0 && info.si_pid == pid) || (waited < 0 && errno == ECHILD)) {
         exited = true;
         // Whatever it left in its group would keep the pipes open.
         ::kill(-pid, SIGKILL);
@@ -285,12 +286,17 @@ ChildOutcome runChildImpl(const std::vector<std::string>& argv, const std::strin
   }
   if (!exited) ::kill(-pid, SIGKILL);
   int status = 0;
-  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  pid_t reaped;
+  do reaped = ::waitpid(pid, &status, 0);
+  while (reaped < 0 && errno == EINTR);
+  if (reaped != pid) {
+    out.reason = program + " ended but its exit status was lost";
+    status = -1;
   }
   if (out.stderrTail.size() > kTailBytes)
     out.stderrTail.erase(0, out.stderrTail.size() - kTailBytes);
-  if (WIFEXITED(status)) out.exitStatus = WEXITSTATUS(status);
-  if (WIFSIGNALED(status)) out.signal = WTERMSIG(status);
+  if (reaped == pid && WIFEXITED(status)) out.exitStatus = WEXITSTATUS(status);
+  if (reaped == pid && WIFSIGNALED(status)) out.signal = WTERMSIG(status);
   out.ok = !out.timedOut && !stopped && out.exitStatus == 0;
   if (stopped) out.reason = program + " was stopped";
   describe(out, program, limits, outOfMemory);

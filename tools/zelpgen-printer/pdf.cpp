@@ -240,11 +240,10 @@ std::string renderPdf(const std::string& pdfPath, const PdfOptions& options, Pdf
   // stdout carries the pixels alone; the band list lives in Ghostscript's limited memory rather
   // than in temporary files, and bands stay small whatever the page.
   std::vector<std::string> render = baseArguments(options);
-  render.insert(
-      render.end(),
-      {"-sstdout=%stderr", options.gray ? "-sDEVICE=pgmraw" : "-sDEVICE=ppmraw",
-       "-r" + std::to_string(options.dpi), "-sBandListStorage=memory", "-dMaxBitmap=10000000",
-       "-dBufferSpace=4000000", "-dNumRenderingThreads=1", "-sOutputFile=-", "-f", pdfPath});
+  render.insert(render.end(),
+                {"-sstdout=%stderr", options.gray ? "-sDEVICE=pgmraw" : "-sDEVICE=ppmraw",
+                 "-r" + std::to_string(options.dpi), "-sBandListStorage=memory",
+                 "-dMaxBitmap=10000000", "-dBufferSpace=4000000", "-sOutputFile=-", "-f", pdfPath});
   PnmStream stream(channels, limits, sink);
   ChildOutcome rendered = runChild(
       render, options.workdir, limits,
