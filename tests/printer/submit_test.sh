@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A PNG, a PWG raster page and a two-page PDF, each sent with ipptool and with
-# `zelpgen-printer submit`: every print file that reaches the file:// device passes
+# A PNG, a PWG raster page, a two-page PDF and a print file, each sent with ipptool and with
+# `zelpgen-printer submit` (which leaves the type to the server): every print file that reaches the file:// device passes
 # `zelpgen inspect` and its render shows the source page (printer_check compare: same shape,
 # colours within 12 on average and within 80 in 90% of a 24-cell grid).
 . "$PRINTER_TESTS/server.sh"
@@ -34,6 +34,7 @@ check_arrival() {
     "$PRINTER_CHECK" compare "$WORK/$name-render-1.png" "$WORK/source-$page.png" ||
       fail "$name page $page: the render does not show the source page"
   done
+  if [ "${name#*-}" = native ]; then cmp -s "$file" "$WORK/native.dat" || fail "$name: changed on its way"; fi
   rm -f "$file"
   spool_clean
 }
@@ -54,17 +55,21 @@ while read -r name format file pages; do
   id=$(ipptool_print "ipp-$name" "$format" "$WORK/$file") && [ -n "$id" ] || fail "ipp-$name: refused"
   [ "$(job_wait lf "$id")" = completed ] || fail "ipp-$name: $(job_message lf "$id")"
   check_arrival "ipp-$name" "$pages"
+  # The print file of that page comes back as a document of its own, sent unchanged.
+  [ "$name" = png ] && cp "$WORK/ipp-png-1.dat" "$WORK/native.dat"
 
   id=$(submit_print "submit-$name" "$WORK/$file")
   [ "$(job_wait lf "$id")" = completed ] || fail "submit-$name: $(job_message lf "$id")"
   "$ZELPGEN" inspect "$WORK/out/submit-$name.prn" >"$WORK/inspect.txt" || true
   for attribute in "Quality(2042) = 3" "Medium(2029) = 39" "(2217) = 2" "(2219) = 30"; do
-    grep -qF "$attribute" "$WORK/inspect.txt" || fail "submit-$name: the print file lacks $attribute"
+    [ "$name" = native ] || grep -qF "$attribute" "$WORK/inspect.txt" ||
+      fail "submit-$name: the print file lacks $attribute"
   done
   check_arrival "submit-$name" "$pages"
 done <<LIST
 png image/png page.png 1
 pwg image/pwg-raster page.pwg 1
 pdf application/pdf pages.pdf 2
+native application/vnd.zelpgen-print native.dat 1
 LIST
 echo "submit_test: all documents printed"

@@ -237,7 +237,7 @@ class JobRun final : public PdfSink {
   }
 
   bool endPage() override {
-    if (failed_) return false;
+    if (failed_ || papplJobIsCanceled(job_)) return false;
     if (row_ < page_.height) {
       return fail("page " + std::to_string(pageNumber_) + " ended after " + std::to_string(row_) +
                       " of its " + std::to_string(page_.height) + " rows",
