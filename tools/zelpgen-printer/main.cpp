@@ -135,9 +135,11 @@ pappl_system_t* makeSystem(int count, cups_option_t* options, void* /*data*/) {
   pappl_soptions_t soptions = PAPPL_SOPTIONS_MULTI_QUEUE | PAPPL_SOPTIONS_WEB_INTERFACE |
                               PAPPL_SOPTIONS_WEB_LOG | PAPPL_SOPTIONS_WEB_SECURITY;
   if (!isLoopback(listenHost)) soptions |= PAPPL_SOPTIONS_WEB_NETWORK | PAPPL_SOPTIONS_WEB_REMOTE;
+  // The log goes to stderr unless told (PAPPL's default is a file in the temporary folder).
+  const char* logFile = option("log-file", count, options);
   pappl_system_t* system =
       papplSystemCreate(soptions, kName, port, "_print,_universal", spool.c_str(),
-                        option("log-file", count, options), level, authService, false);
+                        logFile != nullptr ? logFile : "-", level, authService, false);
   if (system == nullptr) return nullptr;
   if (!passwordHash.empty()) {
     char hash[100];
