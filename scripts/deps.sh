@@ -3,9 +3,16 @@
 set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
 packages=(cmake g++ make libpng-dev libtiff-dev pkg-config)
+# The printer application and its tests: PAPPL, Ghostscript, LittleCMS, CUPS as a client (with
+# its PDF filter), the IPP tools and Chromium for the web pages. Installed without recommends, so
+# no avahi-daemon comes with them.
+printer=(libpappl-dev ghostscript liblcms2-dev cups-daemon cups-client cups-ipp-utils
+         cups-filters-core-drivers chromium)
 case "${1:-build}" in
-  test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang clang-format-14) ;;
-  bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev libbenchmark-dev pkg-config libtiff-tools) ;;
+  test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang
+                   clang-format-14 "${printer[@]}") ;;
+  bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev libbenchmark-dev pkg-config
+                    libtiff-tools "${printer[@]}") ;;
   fuzz) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config clang-14 libclang-rt-14-dev) ;;
 esac
 missing=()
@@ -14,5 +21,10 @@ for p in "${packages[@]}"; do
 done
 if ((${#missing[@]})); then
   apt-get update
-  apt-get install -y "${missing[@]}"
+  apt-get install -y --no-install-recommends "${missing[@]}"
+  # Nothing here may announce or send on the network.
+  if dpkg-query -W -f='${Status}' avahi-daemon 2>/dev/null | grep -q 'install ok installed'; then
+    echo "deps.sh: avahi-daemon is installed; remove it (apt-get purge avahi-daemon)" >&2
+    exit 1
+  fi
 fi
