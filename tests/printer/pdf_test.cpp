@@ -85,6 +85,18 @@ TEST_F(RenderPdf, PagesKeepTheirSizesAndColours) {
   }
 }
 
+// A sink that stops taking rows ends Ghostscript at once, with the reason.
+struct FullSink : CollectingSink {
+  bool writeRow(const std::uint8_t*) override { return false; }
+};
+
+TEST_F(RenderPdf, SinkThatGivesUpStopsTheJob) {
+  std::string pdf = pdfFrom("big", "<< /PageSize [2384 3370] >> setpagedevice showpage\n");
+  FullSink sink;
+  EXPECT_EQ(zp::renderPdf(pdf, options(600), sink), "page 1 could not be stored");
+  EXPECT_EQ(sink.pages.size(), 1u);
+}
+
 TEST_F(RenderPdf, HostileOrBrokenDocumentsFailTheirJob) {
   // PostScript that would show whether it could read the file, once named .pdf and once
   // hidden in a PDF as a PostScript XObject.
