@@ -41,7 +41,15 @@ fail() {
   exit 1
 }
 
-port_in_use() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+SERVER_HOST=${SERVER_HOST:-127.0.0.1}
+port_in_use() { (exec 3<>"/dev/tcp/$SERVER_HOST/$1") 2>/dev/null; }
+
+# The page at PATH of the web interface, headers included.
+web_get() {
+  timeout 10 bash -c 'exec 3<>"/dev/tcp/$0/$1"
+    printf "GET %s HTTP/1.1\r\nHost: %s:%s\r\nConnection: close\r\n\r\n" "$2" "$0" "$1" >&3
+    cat <&3' "$SERVER_HOST" "$PORT" "$1"
+}
 
 server_start() {
   mkdir -p "$WORK/spool"

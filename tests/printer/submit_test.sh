@@ -5,7 +5,8 @@
 # colours within 12 on average and within 80 in 90% of a 24-cell grid).
 . "$PRINTER_TESTS/server.sh"
 
-server_start
+# Bands of at most 8 MB: an A4 page at 300 dpi (35 MB of ink) goes out as five images.
+server_start -o image-limit=8
 mkdir "$WORK/out"
 printer_add lf zelpgen_sheet "file://$WORK/out"
 
@@ -41,10 +42,11 @@ ipptool_print() { # NAME FORMAT FILE
   timeout 120 ipptool -c -d name="$1" -d format="$2" -f "$3" "$(uri_of lf)" \
     "$PRINTER_TESTS/print-job.test" | sed -n 2p
 }
-submit_print() { # NAME FILE
+submit_print() { # NAME FILE: with the operator's options, which the first page must carry
   local out
-  out=$(client submit -d lf -t "$1" -o media=iso_a4_210x297mm -o printer-resolution=300dpi "$2") ||
-    fail "$1: submit failed"
+  out=$(client submit -d lf -t "$1" -o media=iso_a4_210x297mm -o printer-resolution=300dpi \
+    -o print-quality=high -o media-type=photographic-glossy -o cutting-type=cut \
+    -o drying-method=time -o drying-time=30 "$2") || fail "$1: submit failed"
   echo "${out##*-}"
 }
 
@@ -55,6 +57,10 @@ while read -r name format file pages; do
 
   id=$(submit_print "submit-$name" "$WORK/$file")
   [ "$(job_wait lf "$id")" = completed ] || fail "submit-$name: $(job_message lf "$id")"
+  "$ZELPGEN" inspect "$WORK/out/submit-$name.prn" >"$WORK/inspect.txt" || true
+  for attribute in "Quality(2042) = 3" "Medium(2029) = 39" "(2217) = 2" "(2219) = 30"; do
+    grep -qF "$attribute" "$WORK/inspect.txt" || fail "submit-$name: the print file lacks $attribute"
+  done
   check_arrival "submit-$name" "$pages"
 done <<LIST
 png image/png page.png 1

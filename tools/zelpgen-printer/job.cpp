@@ -3,6 +3,7 @@
 #include "job.h"
 
 #include <fcntl.h>
+#include <png.h>
 #include <sys/stat.h>
 #include <tiffio.h>
 #include <unistd.h>
@@ -404,38 +405,13 @@ class JobRun final : public PdfSink {
   }
 
   bool writeConfiguration(const std::string& cfg, const std::string& dat) {
-    std::vector<ConfigLine> lines = lines_;
-    const char* mode = page_.colour ? "color" : "monochrome";
-    const std::string dpi = std::to_string(page_.xdpi) + "dpi";
-    auto add = [&lines](const std::vector<ConfigLine>& more) {
-      lines.insert(lines.end(), more.begin(), more.end());
-    };
-    add(mapValue("printer-resolution", dpi, page_.xdpi));
-    std::string text = "[Global]\nOutFilePath=" + quoted(fs::path(dat).filename(), 255) + "\n";
-    for (const char* section : {"ZELP", "KELM"}) {
-      text += std::string("[") + section + "]\n";
-      for (const ConfigLine& line : lines) {
-        if (line.section == section) text += line.key + "=" + line.value + "\n";
-      }
-    }
-    // The first band carries the image settings; the others inherit them.
-    for (std::size_t i = 0; i < images_.size(); ++i) {
-      text += "[Image]\n";
-      text += std::string(page_.colour ? "ImageFileCMYK=" : "ImageFileK=") +
-              quoted(fs::path(images_[i].path).filename(), 255) + "\n";
-      if (i == 0) {
-        for (const ConfigLine& line : mapValue("print-color-mode", mode)) {
-          text += line.key + "=" + line.value + "\n";
-        }
-        text += "CompressionMode=kelm_id_val_compression_packbits\n";
-        for (const ConfigLine& line : mapValue("printer-resolution", "*", page_.xdpi)) {
-          if (line.section == "Image") text += line.key + "=" + line.value + "\n";
-        }
-      }
-      text += "StartingPositionX=0\nStartingPositionY=" + std::to_string(images_[i].first) + "\n";
+    std::vector<BandImage> bands;
+    for (const Image& image : images_) {
+      bands.push_back({image.first, fs::path(image.path).filename().string()});
     }
     std::ofstream out(cfg, std::ios::binary | std::ios::trunc);
-    out << text;
+    out << pageConfiguration(lines_, bands, page_.colour, page_.xdpi,
+                             fs::path(dat).filename().string());
     out.close();
     if (!out) {
       return fail(std::string("cannot write the job configuration to the spool disk: ") +
@@ -465,6 +441,43 @@ class JobRun final : public PdfSink {
   TIFF* image_ = nullptr;
   std::vector<std::uint8_t> inkRow_, mixRow_, kRow_;
 };
+
+}  // namespace
+
+std::string pageConfiguration(const std::vector<ConfigLine>& options,
+                              const std::vector<BandImage>& bands, bool colour, int dpi,
+                              const std::string& outFile) {
+  std::vector<ConfigLine> lines = options;
+  const std::vector<ConfigLine> resolution =
+      mapValue("printer-resolution", std::to_string(dpi) + "dpi", dpi);
+  lines.insert(lines.end(), resolution.begin(), resolution.end());
+  std::string text = "[Global]\nOutFilePath=" + quoted(outFile, 255) + "\n";
+  for (const char* section : {"ZELP", "KELM"}) {
+    text += std::string("[") + section + "]\n";
+    for (const ConfigLine& line : lines) {
+      if (line.section == section) text += line.key + "=" + line.value + "\n";
+    }
+  }
+  // The first band carries the image settings; the others inherit them.
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    text += "[Image]\n";
+    text +=
+        std::string(colour ? "ImageFileCMYK=" : "ImageFileK=") + quoted(bands[i].file, 255) + "\n";
+    if (i == 0) {
+      for (const ConfigLine& line : mapValue("print-color-mode", colour ? "color" : "monochrome")) {
+        text += line.key + "=" + line.value + "\n";
+      }
+      text += "CompressionMode=kelm_id_val_compression_packbits\n";
+      for (const ConfigLine& line : resolution) {
+        if (line.section == "Image") text += line.key + "=" + line.value + "\n";
+      }
+    }
+    text += "StartingPositionX=0\nStartingPositionY=" + std::to_string(bands[i].firstRow) + "\n";
+  }
+  return text;
+}
+
+namespace {
 
 JobRun* runOf(pappl_job_t* job) {
   return static_cast<JobRun*>(papplJobGetData(job));
@@ -527,6 +540,11 @@ bool rasterStartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device
                          " dpi is not printed (8-bit gray, sRGB or CMYK, square dots)",
                      PAPPL_JREASON_DOCUMENT_UNPRINTABLE_ERROR);
   }
+  if (mapValue("printer-resolution", std::to_string(page.xdpi) + "dpi").empty()) {
+    return run->fail("page raster at " + std::to_string(page.xdpi) +
+                         " dpi; the printer takes the resolutions it announces",
+                     PAPPL_JREASON_DOCUMENT_UNPRINTABLE_ERROR);
+  }
   page.colour = page.channels != 1 && options->print_color_mode != PAPPL_COLOR_MODE_MONOCHROME;
   // Paper: the page's own size (PAPPL fits the document onto the chosen media).
   const int width = static_cast<int>(std::uint64_t{page.width} * 2540 / page.xdpi);
@@ -556,6 +574,43 @@ bool rasterEndJob(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_devic
 bool printNativeFile(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t* device) {
   JobRun run(job, device);
   return run.sendFile(papplJobGetFilename(job));
+}
+
+bool filterPng(pappl_job_t* job, pappl_device_t* device, void* /*data*/) {
+  // PAPPL 1.3's own PNG filter loops forever on a damaged file; this one gives up with a reason.
+  auto refuse = [job](const std::string& why) {
+    papplLogJob(job, PAPPL_LOGLEVEL_ERROR, "%s", why.c_str());
+    papplJobSetMessage(job, "%s", why.c_str());
+    papplJobSetReasons(job, PAPPL_JREASON_DOCUMENT_FORMAT_ERROR, PAPPL_JREASON_NONE);
+    return false;
+  };
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  if (!png_image_begin_read_from_file(&image, papplJobGetFilename(job))) {
+    return refuse(std::string("the PNG cannot be read: ") + image.message);
+  }
+  const bool colour = (image.format & PNG_FORMAT_FLAG_COLOR) != 0;
+  image.format = colour ? PNG_FORMAT_RGB : PNG_FORMAT_GRAY;
+  // The whole picture is held in memory, so its size is bounded before anything is allocated.
+  const std::uint64_t bytes = std::uint64_t{image.width} * image.height * (colour ? 3 : 1);
+  const std::uint64_t limit = settings().limits.memoryBytes / 4;
+  if (bytes > limit) {
+    png_image_free(&image);
+    return refuse("the PNG of " + std::to_string(image.width) + " x " +
+                  std::to_string(image.height) + " pixels needs " + megabytes(bytes) +
+                  " MB of memory, over the limit of " + megabytes(limit) + " MB");
+  }
+  std::vector<std::uint8_t> pixels(bytes);
+  const png_color white{255, 255, 255};
+  if (!png_image_finish_read(&image, &white, pixels.data(), 0, nullptr)) {
+    return refuse(std::string("the PNG cannot be read: ") + image.message);
+  }
+  pappl_pr_options_t* options = papplJobCreatePrintOptions(job, 1, colour);
+  const bool ok =
+      papplJobFilterImage(job, device, options, pixels.data(), static_cast<int>(image.width),
+                          static_cast<int>(image.height), colour ? 3 : 1, 0, false);
+  papplJobDeletePrintOptions(options);
+  return ok;
 }
 
 bool filterPdf(pappl_job_t* job, pappl_device_t* device, void* /*data*/) {

@@ -6,8 +6,10 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "child.h"
+#include "drivers.h"
 
 namespace zp {
 
@@ -23,6 +25,18 @@ struct Settings {
 };
 Settings& settings();
 
+// One band image of a page: the page row it starts at and its file, beside the configuration.
+struct BandImage {
+  unsigned firstRow;
+  std::string file;
+};
+
+// The job configuration of one page: the job's option lines, the resolution, the bands one
+// under another; the print file goes to `outFile`, beside the configuration.
+std::string pageConfiguration(const std::vector<ConfigLine>& options,
+                              const std::vector<BandImage>& bands, bool colour, int dpi,
+                              const std::string& outFile);
+
 bool printNativeFile(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device);
 bool rasterStartJob(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device);
 bool rasterStartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device,
@@ -33,6 +47,8 @@ bool rasterEndPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t
                    unsigned page);
 bool rasterEndJob(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device);
 
+// MIME filter: a PNG decoded in memory, then PAPPL's image path.
+bool filterPng(pappl_job_t* job, pappl_device_t* device, void* data);
 // MIME filter: a PDF through Ghostscript into the same pages.
 bool filterPdf(pappl_job_t* job, pappl_device_t* device, void* data);
 
