@@ -7,7 +7,7 @@
 #  3. The whole job through a zelpgen-printer server on a loopback port with a file:// device:
 #     time from submission to the job's completion, the server's peak RSS (VmHWM; Ghostscript
 #     and zelpgen run as children and are not counted), the spool folder's peak size (sampled
-#     every 0.1 s) beside the page's TIFF size and the print file's.
+#     every 0.25 s) beside the page's TIFF size and the print file's.
 # Usage: bench/printer_bench.sh [BUILD-DIR]   (default build/dev)
 # Environment: BENCH_DRIVER (zelpgen_sheet), BENCH_DPI (600), KEEP_WORK=1 keeps the folder.
 set -euo pipefail
@@ -21,7 +21,9 @@ MODULE_BENCH=$(find "$BUILD" -name printer_bench -type f -perm -u+x | head -1)
 
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/zelpgen-printer-bench.XXXXXX")
 SERVER_PID=
+TAIL_PID=
 cleanup() {
+  [ -z "$TAIL_PID" ] || kill "$TAIL_PID" 2>/dev/null || true
   if [ -n "$SERVER_PID" ]; then
     kill "$SERVER_PID" 2>/dev/null || true
     for _ in $(seq 50); do kill -0 "$SERVER_PID" 2>/dev/null || break; sleep 0.1; done
@@ -70,7 +72,7 @@ for _ in 1 2 3 4 5; do
   PORT=$((20000 + RANDOM % 30000))
   port_in_use "$PORT" && continue
   "$PRINTER" server -o server-port="$PORT" -o spool-directory="$WORK/spool" \
-    -o log-file="$WORK/server.log" -o log-level=info -o zelpgen="$ZELPGEN" \
+    -o log-file="$WORK/server.log" -o log-level=debug -o zelpgen="$ZELPGEN" \
     >"$WORK/server.out" 2>&1 &
   SERVER_PID=$!
   for _ in $(seq 200); do
@@ -104,6 +106,9 @@ cat >"$WORK/get-job.test" <<'EOF'
   DISPLAY job-state-message
 }
 EOF
+# The debug log rotates at 1 MB: its job lines are kept as they come (tail ends with the server).
+tail -n +1 -F --pid="$SERVER_PID" "$WORK/server.log" 2>/dev/null | grep --line-buffered '\[Job ' >"$WORK/job.log" &
+TAIL_PID=$!
 start=$(now)
 out=$(timeout 60 "$PRINTER" submit -d bench -t a0 "$PDF")
 job=${out##*-}
@@ -115,12 +120,22 @@ for _ in $(seq 12000); do
   state=$(ipptool -c -d job="$job" "ipp://localhost:$PORT/ipp/print/bench" "$WORK/get-job.test" |
     sed -n 2p)
   case "$state" in completed* | aborted* | canceled*) break ;; esac
-  sleep 0.1
+  sleep 0.25
 done
 job_time=$(since "$start")
+sleep 0.5
+kill "$TAIL_PID" 2>/dev/null || true
 rss_peak=$(awk '/^VmHWM/ {print $2}' "/proc/$SERVER_PID/status")
 print_bytes=$(find "$WORK/out" -type f -printf '%s\n' | awk '{s += $1} END {print s + 0}')
 echo "whole job: $job_time s, ended $state"
+# Where the time went, from the job log: rendering and band images, then zelpgen.
+stamp() { grep -m1 "\[Job $job\] $1" "$WORK/job.log" | sed 's/^. \[[^T]*T\([^Z]*\)Z.*/\1/' |
+  awk -F: '{print $1 * 3600 + $2 * 60 + $3}'; }
+t_start=$(stamp "Starting print job") t_bands=$(stamp "Page 1 written") t_end=$(stamp "zelpgen ended")
+if [ -n "$t_start" ] && [ -n "$t_bands" ] && [ -n "$t_end" ]; then
+  awk -v a="$t_start" -v b="$t_bands" -v c="$t_end" \
+    'BEGIN {printf "  of which: %.2f s PDF to band images, %.2f s zelpgen\n", b - a, c - b}'
+fi
 echo "server peak RSS: $((rss_peak / 1024)) MB ($((rss_before / 1024)) MB before the job)"
 echo "spool peak: $(mb "$spool_peak"); page TIFF $(mb "$tiff_bytes") + print file $(mb "$print_bytes")"
 echo "job / ghostscript: $(awk -v j="$job_time" -v n="$gs_null" -v t="$gs_tiff" \

@@ -10,67 +10,35 @@
 
 namespace {
 
-struct LimitCase {
-  const char* name;
-  std::vector<std::string> argv;
-  zp::ChildLimits limits;
-  bool timedOut;
-  int signal;
-  const char* reason;  // a part of the one-line reason
-};
-
-zp::ChildLimits limits(int wall, std::uint64_t memory, std::uint64_t file) {
-  zp::ChildLimits l;
-  l.wallSeconds = wall;
-  l.memoryBytes = memory;
-  l.fileBytes = file;
-  return l;
-}
-
+// Each limit shows in the one-line reason, which is made from the outcome's fields.
 TEST(RunChild, LimitsEndTheChildWithTheirReason) {
-  const std::uint64_t mib = 1 << 20;
-  const std::vector<LimitCase> cases = {
-      {"exit",
-       {"/bin/sh", "-c", "echo first >&2; echo 'no such page' >&2; exit 3"},
-       limits(30, 512 * mib, mib),
-       false,
-       0,
-       "sh failed (exit status 3): no such page"},
+  const std::vector<std::tuple<int, std::string, std::vector<std::string>>> cases = {
+      {30,
+       "sh failed (exit status 3): no such page",
+       {"/bin/sh", "-c", "echo first >&2; echo 'no such page' >&2; exit 3"}},
       // The grandchild holds stderr open: only the process group's end lets the call return.
-      {"wall",
-       {"/bin/sh", "-c", "sleep 60 & exec sleep 60"},
-       limits(1, 512 * mib, mib),
-       true,
-       SIGKILL,
-       "sh took longer than the time limit of 1 s"},
-      {"file",
-       {"/bin/sh", "-c", "exec head -c 3000000 /dev/zero > big"},
-       limits(30, 512 * mib, mib),
-       false,
-       SIGXFSZ,
-       "sh wrote a file larger than the limit of 1 MiB"},
-      {"memory",
+      {1,
+       "sh took longer than the time limit of 1 s",
+       {"/bin/sh", "-c", "sleep 60 & exec sleep 60"}},
+      {30,
+       "sh wrote a file larger than the limit of 1 MiB",
+       {"/bin/sh", "-c", "exec head -c 3000000 /dev/zero > big"}},
+      {60,
+       "gs ran out of memory (limit 200 MiB)",
        {ZELPGEN_TEST_GS, "-q", "-sstdout=%stderr", "-dNODISPLAY", "-dBATCH", "-c",
-        "[ 0 1 10000 { pop 1000000 string } for ]"},
-       limits(60, 200 * mib, mib),
-       false,
-       0,
-       "gs ran out of memory (limit 200 MiB)"},
-      {"missing",
-       {"no-such-program-here"},
-       limits(30, 512 * mib, mib),
-       false,
-       0,
-       "cannot find the program no-such-program-here"},
+        "[ 0 1 10000 { pop 1000000 string } for ]"}},
+      {30, "cannot find the program no-such-program-here", {"no-such-program-here"}},
   };
-  for (const LimitCase& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [wall, reason, argv] : cases) {
+    SCOPED_TRACE(reason);
     testsupport::TempDir dir;
-    zp::ChildOutcome out = zp::runChild(c.argv, dir.path().string(), c.limits);
+    zp::ChildLimits limits;
+    limits.wallSeconds = wall;
+    limits.memoryBytes = 200 << 20;
+    limits.fileBytes = 1 << 20;
+    zp::ChildOutcome out = zp::runChild(argv, dir.path().string(), limits);
     EXPECT_FALSE(out.ok);
-    EXPECT_EQ(out.timedOut, c.timedOut);
-    EXPECT_EQ(out.signal, c.signal);
-    EXPECT_NE(out.reason.find(c.reason), std::string::npos) << out.reason << "\n" << out.stderrTail;
+    EXPECT_EQ(out.reason.substr(0, reason.size()), reason) << out.stderrTail;
     EXPECT_EQ(out.reason.find('\n'), std::string::npos);
   }
 }

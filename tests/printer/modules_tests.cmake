@@ -10,6 +10,7 @@ add_executable(printer_module_tests ${CMAKE_CURRENT_LIST_DIR}/child_test.cpp
                                     ${CMAKE_CURRENT_LIST_DIR}/pdf_test.cpp)
 target_link_libraries(printer_module_tests PRIVATE zelpgen_printer_modules zelpgen_test_support
                                                    GTest::gtest_main)
-target_compile_definitions(printer_module_tests PRIVATE ZELPGEN_TEST_GS="${PRINTER_GS}")
+target_compile_definitions(printer_module_tests PRIVATE ZELPGEN_TEST_GS="${PRINTER_GS}"
+                           ZELPGEN_PRINTER_TEST_DATA="${CMAKE_CURRENT_LIST_DIR}/data")
 gtest_discover_tests(printer_module_tests DISCOVERY_TIMEOUT 120
                      PROPERTIES LABELS printer ENVIRONMENT "TZ=UTC")
