@@ -3,8 +3,12 @@
 set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
 packages=(cmake g++ make libpng-dev)
+# The printer application and its tests: PAPPL, Ghostscript, LittleCMS, CUPS as a client and the
+# IPP tools. Installed without recommends, so no avahi-daemon comes with them.
+printer=(libpappl-dev ghostscript liblcms2-dev cups-daemon cups-client cups-ipp-utils)
 case "${1:-build}" in
-  test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang) ;;
+  test) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev pkg-config binutils clang
+                   "${printer[@]}") ;;
   bench) packages+=(libgtest-dev libgmock-dev libtiff-dev libpng-dev libbenchmark-dev pkg-config libtiff-tools) ;;
   fuzz) packages+=(libgtest-dev libgmock-dev libtiff-dev pkg-config clang-14 libclang-rt-14-dev) ;;
 esac
@@ -14,5 +18,10 @@ for p in "${packages[@]}"; do
 done
 if ((${#missing[@]})); then
   apt-get update
-  apt-get install -y "${missing[@]}"
+  apt-get install -y --no-install-recommends "${missing[@]}"
+  # Nothing here may announce or send on the network.
+  if dpkg-query -W -f='${Status}' avahi-daemon 2>/dev/null | grep -q 'install ok installed'; then
+    echo "deps.sh: avahi-daemon is installed; remove it (apt-get purge avahi-daemon)" >&2
+    exit 1
+  fi
 fi
