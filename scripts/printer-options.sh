@@ -1,15 +1,11 @@
 #!/bin/sh
-# Rewrites, or with --check compares, the options table of docs/printer-app.md: one row per IPP
-# value of the printer application's mapping table (tools/zelpgen-printer/drivers.cpp, kTable)
-# with the job configuration lines it becomes, in table order.
-#   scripts/printer-options.sh [--check]
+# Prints the options table of docs/printer-app.md (scripts/doc-blocks.sh puts it in place): one
+# row per IPP value of the printer application's mapping table (kTable of
+# tools/zelpgen-printer/drivers.cpp) with the job configuration lines it becomes, in table order.
 set -eu
-check=0
-if [ "${1:-}" = --check ]; then check=1; fi
 root=$(cd "$(dirname "$0")/.." && pwd)
 source=$root/tools/zelpgen-printer/drivers.cpp
 header=$root/tools/zelpgen-printer/drivers.h
-doc=$root/docs/printer-app.md
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export LC_ALL=C
@@ -77,19 +73,4 @@ awk -F '\t' '
     key = $1 "\t" $2; attr = $1; value = $2; lines = line
   }
   END { flush() }
-' "$work/rows" >"$work/table"
-
-name=printer-options
-grep -q "^<!-- output:$name -->\$" "$doc" || { echo "$doc has no block $name" >&2; exit 1; }
-awk -v open="<!-- output:$name -->" -v stop="<!-- end:$name -->" -v block="$work/table" '
-  $0 == stop { skip = 0 }
-  !skip { print }
-  $0 == open { while ((getline line < block) > 0) print line; skip = 1 }
-' "$doc" >"$work/doc"
-if cmp -s "$doc" "$work/doc"; then exit 0; fi
-if [ $check = 1 ]; then
-  echo "the options table of $doc differs from $source; run scripts/printer-options.sh" >&2
-  diff -u "$doc" "$work/doc" >&2 || true
-  exit 1
-fi
-cp "$work/doc" "$doc"
+' "$work/rows"
