@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # CUPS as the client: a cupsd of the test's own (configuration, spool, cache, state and logs in
 # the test's folder, one loopback port, no browsing, no DNS-SD) makes a driverless queue for the
-# running printer and prints a PDF made by Ghostscript through it. The print file that reaches
-# the file:// device passes `zelpgen inspect`, carries the queue's options, and its render shows
-# the PDF's page within printer_check compare's tolerance (same shape within 3%, colours of a
-# 24-cell grid within 12 on average); the page's colours draw back exactly, mean difference 2.5.
+# running printer and prints a two-page PDF made by Ghostscript through it. Each page's print
+# file that reaches the file:// device passes `zelpgen inspect`, carries the queue's options,
+# and its render shows the PDF's page within printer_check compare's tolerance (same shape
+# within 3%, colours of a 24-cell grid within 12 on average).
 set -euo pipefail
 . "${PRINTER_TESTS:?}/server.sh"
 
@@ -41,14 +41,15 @@ trap cups_exit EXIT
 chmod 755 "$WORK"
 export HOME=$WORK LC_ALL=C
 
-# An A4 page of four blocks on white (72 points an inch), in colours whose inks draw back
-# exactly.
+# Two A4 pages (72 points an inch) of blocks on white, in colours whose inks draw back exactly:
+# four blocks, then one tall bar, so that a page swapped or lost shows.
 gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=pdfwrite -o "$WORK/blocks.pdf" -c '
   <</PageSize [595 842]>> setpagedevice
   1 0 0 setrgbcolor 60 441 220 340 rectfill   0 1 0 setrgbcolor 315 441 220 340 rectfill
   0 0 1 setrgbcolor 60 60 220 340 rectfill     0.5 setgray 315 60 220 340 rectfill
-  showpage'
-gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=png16m -r30 -o "$WORK/source.png" "$WORK/blocks.pdf"
+  showpage
+  0 1 1 setrgbcolor 200 100 150 640 rectfill   showpage'
+gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=png16m -r30 -o "$WORK/source-%d.png" "$WORK/blocks.pdf"
 
 server_start
 mkdir "$WORK/out"
@@ -123,16 +124,18 @@ grep -q "\[Job $job\] Job completed" "$cups/error_log" ||
 file=$WORK/out/blocks.prn
 [ -s "$file" ] || fail "nothing reached the device"
 count=$("$PRINTER_CHECK" split "$file" "$WORK/blocks") || fail "not a sequence of print files"
-[ "$count" = 1 ] || fail "$count print files for one page"
-"$ZELPGEN" inspect "$WORK/blocks-1.dat" >"$WORK/inspect.txt" ||
-  fail "inspect says $(tail -1 "$WORK/inspect.txt")"
-# The queue's options arrive: A4 (by name, or by its measures in 0.1 mm), draft at 300 dpi.
-for line in 'SET PAPER=A4$|SET PAPERWIDTH=2100$' 'SET HRESOLUTION=300$' \
-  'Quality\(2042\) = [0-9]+ \(draft\)'; do
-  grep -qE "$line" "$WORK/inspect.txt" || fail "the print file has no '$line'"
+[ "$count" = 2 ] || fail "$count print files for two pages"
+for page in 1 2; do
+  "$ZELPGEN" inspect "$WORK/blocks-$page.dat" >"$WORK/inspect.txt" ||
+    fail "page $page: inspect says $(tail -1 "$WORK/inspect.txt")"
+  # The queue's options arrive: A4, draft at 300 dpi.
+  for line in 'SET PAPER=A4$' 'SET HRESOLUTION=300$' 'Quality\(2042\) = [0-9]+ \(draft\)'; do
+    grep -qE "$line" "$WORK/inspect.txt" || fail "page $page: the print file has no '$line'"
+  done
+  "$ZELPGEN" render "$WORK/blocks-$page.dat" -o "$WORK/render-$page-%d.png" --width 248 ||
+    fail "page $page: cannot render"
+  "$PRINTER_CHECK" compare "$WORK/render-$page-1.png" "$WORK/source-$page.png" ||
+    fail "page $page: the render does not show the PDF's page"
 done
-"$ZELPGEN" render "$WORK/blocks-1.dat" -o "$WORK/render-%d.png" --width 248 || fail "cannot render"
-"$PRINTER_CHECK" compare "$WORK/render-1.png" "$WORK/source.png" ||
-  fail "the render does not show the PDF's page"
 spool_clean
-echo "cups_test: a PDF printed through CUPS's driverless queue"
+echo "cups_test: a two-page PDF printed through CUPS's driverless queue"
