@@ -3,6 +3,7 @@
 #include "job.h"
 
 #include <fcntl.h>
+#include <png.h>
 #include <sys/stat.h>
 #include <tiffio.h>
 #include <unistd.h>
@@ -556,6 +557,43 @@ bool rasterEndJob(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_devic
 bool printNativeFile(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t* device) {
   JobRun run(job, device);
   return run.sendFile(papplJobGetFilename(job));
+}
+
+bool filterPng(pappl_job_t* job, pappl_device_t* device, void* /*data*/) {
+  // PAPPL 1.3's own PNG filter loops forever on a damaged file; this one gives up with a reason.
+  auto refuse = [job](const std::string& why) {
+    papplLogJob(job, PAPPL_LOGLEVEL_ERROR, "%s", why.c_str());
+    papplJobSetMessage(job, "%s", why.c_str());
+    papplJobSetReasons(job, PAPPL_JREASON_DOCUMENT_FORMAT_ERROR, PAPPL_JREASON_NONE);
+    return false;
+  };
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  if (!png_image_begin_read_from_file(&image, papplJobGetFilename(job))) {
+    return refuse(std::string("the PNG cannot be read: ") + image.message);
+  }
+  const bool colour = (image.format & PNG_FORMAT_FLAG_COLOR) != 0;
+  image.format = colour ? PNG_FORMAT_RGB : PNG_FORMAT_GRAY;
+  // The whole picture is held in memory, so its size is bounded before anything is allocated.
+  const std::uint64_t bytes = std::uint64_t{image.width} * image.height * (colour ? 3 : 1);
+  const std::uint64_t limit = settings().limits.memoryBytes / 4;
+  if (bytes > limit) {
+    png_image_free(&image);
+    return refuse("the PNG of " + std::to_string(image.width) + " x " +
+                  std::to_string(image.height) + " pixels needs " + megabytes(bytes) +
+                  " MB of memory, over the limit of " + megabytes(limit) + " MB");
+  }
+  std::vector<std::uint8_t> pixels(bytes);
+  const png_color white{255, 255, 255};
+  if (!png_image_finish_read(&image, &white, pixels.data(), 0, nullptr)) {
+    return refuse(std::string("the PNG cannot be read: ") + image.message);
+  }
+  pappl_pr_options_t* options = papplJobCreatePrintOptions(job, 1, colour);
+  const bool ok =
+      papplJobFilterImage(job, device, options, pixels.data(), static_cast<int>(image.width),
+                          static_cast<int>(image.height), colour ? 3 : 1, 0, false);
+  papplJobDeletePrintOptions(options);
+  return ok;
 }
 
 bool filterPdf(pappl_job_t* job, pappl_device_t* device, void* /*data*/) {

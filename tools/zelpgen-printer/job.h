@@ -33,6 +33,8 @@ bool rasterEndPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t
                    unsigned page);
 bool rasterEndJob(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device);
 
+// MIME filter: a PNG decoded in memory, then PAPPL's image path.
+bool filterPng(pappl_job_t* job, pappl_device_t* device, void* data);
 // MIME filter: a PDF through Ghostscript into the same pages.
 bool filterPdf(pappl_job_t* job, pappl_device_t* device, void* data);
 

@@ -163,6 +163,8 @@ pappl_system_t* makeSystem(int count, cups_option_t* options, void* /*data*/) {
                                zp::driverCallback, nullptr);
   papplSystemSetMIMECallback(system, zp::detectFormat, nullptr);
   papplSystemAddMIMEFilter(system, "application/pdf", "image/pwg-raster", zp::filterPdf, nullptr);
+  // Found before PAPPL's own PNG filter, which is looked up for image/pwg-raster.
+  papplSystemAddMIMEFilter(system, "image/png", zp::kNativeFormat, zp::filterPng, nullptr);
   papplSystemSetFooterHTML(system, kFooter);
   pappl_version_t version{};
   std::snprintf(version.name, sizeof version.name, "%s", kName);
