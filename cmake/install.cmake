@@ -9,6 +9,15 @@ install(TARGETS zelpgen EXPORT zelpgenTargets
                 NAMELINK_COMPONENT development)
 install(TARGETS zelpgen_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(FILES docs/zelpgen.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+# The printer application's page goes with the program, which tools/zelpgen-printer builds only
+# when PAPPL is found: known once every folder has been read.
+function(zelpgen_install_printer_page)
+  if(TARGET zelpgen_printer)
+    install(FILES ${PROJECT_SOURCE_DIR}/docs/zelpgen-printer.1
+            DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+  endif()
+endfunction()
+cmake_language(DEFER CALL zelpgen_install_printer_page)
 install(FILES include/zelpgen/zelpgen.h ${PROJECT_BINARY_DIR}/include/zelpgen/version.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zelpgen COMPONENT development)
 

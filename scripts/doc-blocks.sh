@@ -2,8 +2,9 @@
 # Rewrites, or with --check compares, the blocks of the docs that quote the program's own
 # output: the common errors of configuration.md and the image problems of README.md (messages
 # and statuses taken from the command-line cases, which tests/cli/run.sh holds against the real
-# program) and the inspect listing of command-definitions.md (the raw-packets example printed
-# and inspected by ZELPGEN).
+# program), the inspect listing of command-definitions.md (the raw-packets example printed and
+# inspected by ZELPGEN), and the printer application's options table in printer-app.md (from
+# its mapping table).
 #   scripts/doc-blocks.sh [--check] ZELPGEN
 set -eu
 check=0
@@ -72,4 +73,9 @@ cp "$root"/examples/raw-packets/* "$work/job/"
   echo '```'
 } >"$work/listing"
 replace "$root/docs/command-definitions.md" raw-packets-inspect "$work/listing"
+
+if [ -f "$root/tools/zelpgen-printer/drivers.cpp" ]; then
+  sh "$root/scripts/printer-options.sh" >"$work/options"
+  replace "$root/docs/printer-app.md" printer-options "$work/options"
+fi
 exit $status
