@@ -4,9 +4,9 @@ file the job writes, its stdout, stderr or exit status. Each job runs from the s
 for both builds, so paths in messages agree. Per job and build: the library alone (host),
 `zelpgen JOB.cfg`, `zelpgen check JOB.cfg` and `zelpgen inspect` of each file the job wrote.
 
-usage: compare.py BUILD_A BUILD_B JOBS WORK [--limit N]   (exit 1 on any difference)
+usage: compare.py BUILD_A BUILD_B JOBS WORK [--first]   (exit 1 on any difference)
 """
-import hashlib
+import argparse
 import os
 import shutil
 import subprocess
@@ -63,13 +63,17 @@ def first_difference(a, b):
 
 
 def main():
-    build_a, build_b, jobs, work = [os.path.abspath(x) for x in sys.argv[1:5]]
-    limit = int(sys.argv[6]) if len(sys.argv) > 6 else None
+    p = argparse.ArgumentParser()
+    for name in ("build_a", "build_b", "jobs", "work"):
+        p.add_argument(name, type=os.path.abspath)
+    p.add_argument("--first", action="store_true", help="stop at the first differing job")
+    a = p.parse_args()
+    build_a, build_b, jobs, work = a.build_a, a.build_b, a.jobs, a.work
     host = os.path.join(work, "host")
     here = os.path.dirname(os.path.abspath(__file__))
     subprocess.run(["cc", "-O1", "-o", host, os.path.join(here, "host.c"), "-ldl"], check=True)
     slot = os.path.join(work, "run")
-    names = sorted(os.listdir(jobs))[:limit]
+    names = sorted(os.listdir(jobs))
     differing, ok = 0, 0
     for n in names:
         a = outcome(build_a, host, os.path.join(jobs, n), slot)
@@ -84,6 +88,8 @@ def main():
                 print("%s: %s differs at %s" % (n, key, first_difference(a[key], b[key])))
                 differing += 1
                 break
+        if differing and a.first:
+            break
     print("%d jobs (%d printed), %d differing" % (len(names), ok, differing))
     return 1 if differing else 0
 
