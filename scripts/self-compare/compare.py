@@ -67,8 +67,8 @@ def main():
     for name in ("build_a", "build_b", "jobs", "work"):
         p.add_argument(name, type=os.path.abspath)
     p.add_argument("--first", action="store_true", help="stop at the first differing job")
-    a = p.parse_args()
-    build_a, build_b, jobs, work = a.build_a, a.build_b, a.jobs, a.work
+    args = p.parse_args()
+    build_a, build_b, jobs, work = args.build_a, args.build_b, args.jobs, args.work
     host = os.path.join(work, "host")
     here = os.path.dirname(os.path.abspath(__file__))
     subprocess.run(["cc", "-O1", "-o", host, os.path.join(here, "host.c"), "-ldl"], check=True)
@@ -88,7 +88,7 @@ def main():
                 print("%s: %s differs at %s" % (n, key, first_difference(a[key], b[key])))
                 differing += 1
                 break
-        if differing and a.first:
+        if differing and args.first:
             break
     print("%d jobs (%d printed), %d differing" % (len(names), ok, differing))
     return 1 if differing else 0
