@@ -32,9 +32,11 @@ COMPRESSIONS = ["0", "2", "3", "128", "256", "kelm_id_val_compression_none",
 INK = ["K", "C", "M", "Y", "c", "m"]
 
 
-def packbits(row):
+def packbits(row, r=None):
     out, i, n = bytearray(), 0, len(row)
     while i < n:
+        if r is not None and r.random() < 0.02:
+            out.append(0x80)  # a no-operation byte, which readers must skip
         j = i
         while j + 1 < n and row[j + 1] == row[i] and j - i < 127:
             j += 1
@@ -107,7 +109,7 @@ def tiff(r, kind, width, height, faulty):
     strips = []
     for s in range(0, height, per_strip):
         data = rows[s:s + per_strip]
-        strips.append(b"".join(packbits(x) for x in data) if compression == 32773
+        strips.append(b"".join(packbits(x, r) for x in data) if compression == 32773
                       else b"".join(data))
     body = bytearray(b"MM\x00\x2a" if big else b"II\x2a\x00") + struct.pack(e + "I", 0)
     offsets = []
@@ -364,8 +366,9 @@ def image_files(r, job_dir, index, fault):
         keys += ['ImageFileK="%s"' % f, "PixelDepthK=%s" % pixel_depth(d)]
         planes = "1"
         if family == "odd":
-            for ink in r.sample(["Gy", "Pgy", "C", "R"], r.randint(0, 2)):
-                f2, d2 = gray(ink.lower() + "x")
+            others = ["Gy", "Pgy", "C", "M", "Y", "c", "m", "R", "G", "B"]
+            for ink in r.sample(others, r.choice([0, 1, 2, r.randint(3, 6)])):
+                f2, d2 = gray("x" + ink)
                 keys += ['ImageFile%s="%s"' % (ink, f2), "PixelDepth%s=%s" % (ink, pixel_depth(d2))]
             given = sum(1 for k in keys if k.startswith("PixelDepth") and not k.endswith("=0"))
             planes = str(given if r.random() < 0.8 else r.choice([1, 2, 3, 5, 7, 11]))
