@@ -33,7 +33,7 @@ std::bitset<attr::kCount + 1> gSetFlags;
 // One job's values, reset by ZELP_Init.
 struct ZelpState {
   std::array<std::array<std::uint8_t, attr::kMaxSize>, attr::kCount> values{};
-  std::int32_t version = 1;
+  std::int32_t mVersion = 1;              // the key set: 2 selects the open-job start
   const rawPacket* rawPackets = nullptr;  // not owned: the parameter record's list
 };
 ZelpState gState;
@@ -98,7 +98,7 @@ void setMedium(std::uint8_t medium, std::uint16_t size, std::uint8_t last) {
 }
 
 std::uint8_t mediumEnd() {
-  return gState.version == 2 ? 0x01 : 0x03;
+  return gState.mVersion == 2 ? 0x01 : 0x03;
 }
 
 Bytes one(const std::uint8_t& value) {
@@ -525,7 +525,7 @@ void ZELP_SetCuttingSpeed(std::uint8_t value) {
   setNumber(kCuttingSpeed, value);
 }
 void ZELP_SetZELPVersion(std::int32_t version) {
-  gState.version = version;
+  gState.mVersion = version;
 }
 void ZELP_SetJobCreatorID(std::uint32_t value) {
   setNumber(kJobCreatorID, value);
@@ -627,7 +627,7 @@ void ZELP_SetRawPacket(rawPacket* list) {
 // --- sequences ---
 
 int ZELP_SendJobStartWithJobAttributes() {
-  return gState.version == 2 ? ZELP_SendJobStart2WithJobAttributes() : sendSequence(kStartV1);
+  return gState.mVersion == 2 ? ZELP_SendJobStart2WithJobAttributes() : sendSequence(kStartV1);
 }
 
 int ZELP_SendJobStart2WithJobAttributes() {
@@ -637,7 +637,7 @@ int ZELP_SendJobStart2WithJobAttributes() {
 int ZELP_SendJobEnd(int flag) {
   sendControlPacket(kEndDocument, {});
   sendControlPacket(kEndBinder, {});
-  if (gState.version == 2) {
+  if (gState.mVersion == 2) {
     sendRow(kJobImpressions2);
     if (isSet(kJobOctets)) {
       // What is still to come: this SetJob (26 bytes) and the end-job packet (21).
