@@ -58,9 +58,14 @@
  *   when memory or a thread is refused, the image is read on the caller's thread alone). Set
  *   ZELPGEN_THREADS=1 in the environment to keep every job on the caller's thread.
  *
- * Not re-entrant
- *   The library keeps the job in progress in process-wide state: one job per process at a time,
- *   never two threads calling at once. Jobs called one after another in one process are fine.
+ * One job per process
+ *   A host runs one job per process, as examples/host/ does (fork, run the job in the child,
+ *   waitpid). The library keeps the job in progress in process-wide state, so two threads must
+ *   never call at once; and a second job in the same process is not a fresh job: every job
+ *   attribute an earlier job set is sent again, with its starting value (mostly zero), when the
+ *   later job does not set it. That carry-over is kept on purpose, so that a process that runs
+ *   several jobs writes what it always wrote; a fresh process per job never sees it. A
+ *   configuration error also ends the process (below).
  *
  * Path length
  *   The configuration file's absolute path, and every path in it (output, images, table files),

@@ -28,20 +28,20 @@ enum CmdDataType : std::int32_t {
 };
 
 // One ParamN.Value line: the number as written and its symbol.
-struct _CMDVALUE {
+struct CmdValue {
   std::string value;
   std::string symbol;
 };
 
 // One ParamN description.
-struct _CMDPARAMETER {
+struct CmdParameter {
   std::uint32_t missingItems =
       kCmdMissingName | kCmdMissingDataType | kCmdMissingSize | kCmdMissingListMembers;
   std::string name;
   std::string displayName;
   std::int32_t dataType = kCmdTypeNotGiven;
   std::uint32_t size = 0;
-  std::vector<_CMDVALUE> values;
+  std::vector<CmdValue> values;
 };
 
 // One command.
@@ -51,7 +51,7 @@ struct _CMDSECTION {
   std::uint32_t paramCount = 0;
   std::int32_t packetType = 0;
   const char* packetTypeName = nullptr;  // points into g_CmdPacketType
-  std::vector<_CMDPARAMETER> parameters;
+  std::vector<CmdParameter> parameters;
   std::vector<std::string> packetLines;  // the first is a number, the rest numbers or ParamN
   std::size_t laterReferences = 0;       // ParamN lines after the first packet line
   // Next packet line to write for the packet being built; 0 when none is in progress.
@@ -87,10 +87,10 @@ const CmdPacketType* findCmdPacketType(const char* symbol);
 // 1 for the three method packet types.
 int isMethodData(const _CMDSECTION& section);
 // Values of the description named exactly `parameterName`, or null.
-const std::vector<_CMDVALUE>* searchCuurentParamValue(
-    const std::vector<_CMDPARAMETER>& descriptions, const char* parameterName);
+const std::vector<CmdValue>* searchCuurentParamValue(const std::vector<CmdParameter>& descriptions,
+                                                     const char* parameterName);
 // Number text of the value whose symbol is exactly `symbol`, or null.
-const char* searchDatafromSymbol(const std::vector<_CMDVALUE>* values, const char* symbol);
+const char* searchDatafromSymbol(const std::vector<CmdValue>* values, const char* symbol);
 
 // The trimmed text between the first `open` and the last `close`: its length, or -1 when either
 // is missing or they are out of order.

@@ -90,7 +90,7 @@ void checkEndOfSection(_CMDFILEINFO& set, const _CMDSECTION& section) {
   }
   // Only as many descriptions as exist can be checked.
   for (std::size_t i = 0; i < section.paramCount && i < section.parameters.size(); ++i) {
-    const _CMDPARAMETER& param = section.parameters[i];
+    const CmdParameter& param = section.parameters[i];
     auto require = [&](std::uint32_t flag, const char* item) {
       if (param.missingItems & flag) {
         setCmdErrorMessage(&set, kRequiredMissing, (param.name + item).c_str(), name);
@@ -154,7 +154,7 @@ void analyseSimplePacket(_CMDFILEINFO& set, _tagLINEINFO& li, const std::string&
   li.state = kStateFirstPacketLine;
 }
 
-void analyseName(_CMDFILEINFO& set, _tagLINEINFO& li, _CMDPARAMETER& param,
+void analyseName(_CMDFILEINFO& set, _tagLINEINFO& li, CmdParameter& param,
                  const std::string& value) {
   li.state = kStateName;
   if (!(param.missingItems & kCmdMissingName)) {
@@ -169,7 +169,7 @@ void analyseName(_CMDFILEINFO& set, _tagLINEINFO& li, _CMDPARAMETER& param,
   param.missingItems &= ~kCmdMissingName;
 }
 
-void analyseDataType(_CMDFILEINFO& set, _tagLINEINFO& li, _CMDPARAMETER& param,
+void analyseDataType(_CMDFILEINFO& set, _tagLINEINFO& li, CmdParameter& param,
                      const std::string& value) {
   li.state = kStateDataType;
   if (!(param.missingItems & kCmdMissingDataType)) {
@@ -193,7 +193,7 @@ void analyseDataType(_CMDFILEINFO& set, _tagLINEINFO& li, _CMDPARAMETER& param,
   param.missingItems &= ~kCmdMissingDataType;
 }
 
-void analyseSize(_CMDFILEINFO& set, _tagLINEINFO& li, _CMDPARAMETER& param,
+void analyseSize(_CMDFILEINFO& set, _tagLINEINFO& li, CmdParameter& param,
                  const std::string& value) {
   li.state = kStateSize;
   if (!(param.missingItems & kCmdMissingSize)) {
@@ -212,7 +212,7 @@ void analyseSize(_CMDFILEINFO& set, _tagLINEINFO& li, _CMDPARAMETER& param,
   param.missingItems &= ~kCmdMissingSize;
 }
 
-void analyseValue(_CMDFILEINFO& set, _tagLINEINFO& li, _CMDPARAMETER& param,
+void analyseValue(_CMDFILEINFO& set, _tagLINEINFO& li, CmdParameter& param,
                   const std::string& value) {
   li.state = kStateValue;
   std::string first;
@@ -220,7 +220,7 @@ void analyseValue(_CMDFILEINFO& set, _tagLINEINFO& li, _CMDPARAMETER& param,
   if (separateKeyAndValueWithTarget(value.c_str(), first, second, ',') < 0) first = value;
   first = trimmed(first);
   second = trimmed(second);
-  _CMDVALUE& entry = param.values.emplace_back();
+  CmdValue& entry = param.values.emplace_back();
 
   if (first.empty()) {
     setCmdErrorMessage(&set, kPartMustBeDescribed, "1st", li.lineNumber, li.line);
@@ -268,8 +268,8 @@ void analyseParamItem(_CMDFILEINFO& set, _tagLINEINFO& li, const std::string& ke
     return;
   }
   _CMDSECTION& section = set.sections.back();
-  _CMDPARAMETER* param = nullptr;
-  for (_CMDPARAMETER& existing : section.parameters) {
+  CmdParameter* param = nullptr;
+  for (CmdParameter& existing : section.parameters) {
     // Compared over the written part only, so "Param1" also finds "Param10".
     if (std::strncmp(existing.name.c_str(), paramPart.c_str(), paramPart.size()) == 0) {
       param = &existing;
@@ -436,17 +436,17 @@ int isMethodData(const _CMDSECTION& section) {
   return t == 0 || t == 3 || t == 6 ? 1 : 0;
 }
 
-const std::vector<_CMDVALUE>* searchCuurentParamValue(
-    const std::vector<_CMDPARAMETER>& descriptions, const char* parameterName) {
-  for (const _CMDPARAMETER& param : descriptions) {
+const std::vector<CmdValue>* searchCuurentParamValue(const std::vector<CmdParameter>& descriptions,
+                                                     const char* parameterName) {
+  for (const CmdParameter& param : descriptions) {
     if (param.name == parameterName) return &param.values;
   }
   return nullptr;
 }
 
-const char* searchDatafromSymbol(const std::vector<_CMDVALUE>* values, const char* symbol) {
+const char* searchDatafromSymbol(const std::vector<CmdValue>* values, const char* symbol) {
   if (values == nullptr) return nullptr;
-  for (const _CMDVALUE& v : *values) {
+  for (const CmdValue& v : *values) {
     // A value that failed its checks was never stored.
     if (v.symbol == symbol) return v.value.empty() ? nullptr : v.value.c_str();
   }

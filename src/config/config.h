@@ -16,15 +16,12 @@ void disposeParameter(std::unique_ptr<parameter> p);
 // The record and its lists. Every add appends at the tail (setting the head when the list was
 // empty) and returns the new node.
 void initCommonParameter(parameter* p);
-imageParameter* addImageParameter(std::unique_ptr<imageParameter>& head);
+imageParameter* addImageParameter(parameter* p);
 void initImageParameter(imageParameter* entry);
 void setDefaultImageParameter(parameter* p);
 imageProcessingFile* addImageProcessingFile(std::unique_ptr<imageProcessingFile>& head);
 newPJLLine* addNewPJLLine(parameter* p);
-cfgLine* addCFGFile(std::unique_ptr<cfgLine>& head);
 imageParameter* getLastImageParameter(parameter* p);
-imageProcessingFile* getLastImageProcessingFile(parameter* p);
-cfgLine* getLastCFGFile(cfgLine* head);
 void deleteCFGFile(std::unique_ptr<cfgLine>& head);
 void deleteImageProcessingFile(parameter* p);
 void deleteImageParameter(parameter* p);

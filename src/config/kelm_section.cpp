@@ -53,11 +53,12 @@ using ImageHandler = KeyRule<imageParameter>;
 template <int I>
 int parseImageFile(cfgLine* l, imageParameter* e) {
   e->imageFileLine[I] = l->lineNumber;
-  return parseParameterString(l->key, l->key, l->value, e->imageFile[I], l);
+  return parseParameterString(l->key.c_str(), l->key.c_str(), l->value.c_str(), e->imageFile[I], l);
 }
 template <Plane I>
 int parsePixelDepth(cfgLine* l, imageParameter* e) {
-  const int stored = parseParameterInteger(l->key, l->key, l->value, &e->pixelDepth[I], l);
+  const int stored =
+      parseParameterInteger(l->key.c_str(), l->key.c_str(), l->value.c_str(), &e->pixelDepth[I], l);
   const int depth = e->pixelDepth[I];
   if (depth > 0 && depth != 1 && depth != 2 && depth != 4 && depth != 8 && depth != 10)
     diag::warn(std::to_string(depth) +
@@ -66,34 +67,37 @@ int parsePixelDepth(cfgLine* l, imageParameter* e) {
 }
 template <Plane I>
 int parseIndexLevelKey(cfgLine* l, imageParameter* e) {
-  return parseIndexLevel(l->key, l->key, l->value, &e->indexLevel[I], l);
+  return parseIndexLevel(l->key.c_str(), l->key.c_str(), l->value.c_str(), &e->indexLevel[I], l);
 }
 template <int imageParameter::*Field>
 int parseImageInteger(cfgLine* l, imageParameter* e) {
-  return parseParameterInteger(l->key, l->key, l->value, &(e->*Field), l);
+  return parseParameterInteger(l->key.c_str(), l->key.c_str(), l->value.c_str(), &(e->*Field), l);
 }
 template <int imageParameter::*Field>
 int parseImageIntegerSymbol(cfgLine* l, imageParameter* e) {
-  return parseParameterIntegerSymbol(l->key, l->key, l->value, &(e->*Field), l);
+  return parseParameterIntegerSymbol(l->key.c_str(), l->key.c_str(), l->value.c_str(), &(e->*Field),
+                                     l);
 }
 int parseStartingPositionX(cfgLine* l, imageParameter* e) {
-  return parseStartingPosition(l->key, l->key, l->value, &e->startingPositionX,
-                               &e->startingPositionXSign, l);
+  return parseStartingPosition(l->key.c_str(), l->key.c_str(), l->value.c_str(),
+                               &e->startingPositionX, &e->startingPositionXSign, l);
 }
 int parseStartingPositionY(cfgLine* l, imageParameter* e) {
-  return parseStartingPosition(l->key, l->key, l->value, &e->startingPositionY,
-                               &e->startingPositionYSign, l);
+  return parseStartingPosition(l->key.c_str(), l->key.c_str(), l->value.c_str(),
+                               &e->startingPositionY, &e->startingPositionYSign, l);
 }
 int parseYOffsetKey(cfgLine* l, imageParameter* e) {
-  return parseYOffset(l->key, l->key, l->value, &e->yOffset, &e->yOffsetSign, l);
+  return parseYOffset(l->key.c_str(), l->key.c_str(), l->value.c_str(), &e->yOffset,
+                      &e->yOffsetSign, l);
 }
 // YOffsetC is kept apart once a starting position has been given: it is sent after the cursor
 // moves instead of before them.
 int parseYOffsetC(cfgLine* l, imageParameter* e) {
   if (e->startingPositionX != -1 || e->startingPositionY != -1)
-    return parseYOffset(l->key, l->key, l->value, &e->yOffsetCWithPosition,
+    return parseYOffset(l->key.c_str(), l->key.c_str(), l->value.c_str(), &e->yOffsetCWithPosition,
                         &e->yOffsetCWithPositionSign, l);
-  return parseYOffset(l->key, l->key, l->value, &e->yOffsetC, &e->yOffsetCSign, l);
+  return parseYOffset(l->key.c_str(), l->key.c_str(), l->value.c_str(), &e->yOffsetC,
+                      &e->yOffsetCSign, l);
 }
 
 template <int I>
@@ -222,21 +226,28 @@ void describeKELMAndImageKeys(std::vector<KeyInfo>& out) {
 }
 
 int parseKELMParameter(cfgLine* line, parameter* p) {
-  if (std::strcmp(line->key, "[KELM]") == 0) return 0;
+  if (std::strcmp(line->key.c_str(), "[KELM]") == 0) return 0;
   for (const KELMKey& k : kKELMKeys)
-    if (std::strcmp(line->key, k.name) == 0) return k.parse(line, p);
-  if (std::strcmp(line->key, "NewPJL") != 0) diag::failJob("unknown key");
+    if (std::strcmp(line->key.c_str(), k.name) == 0) return k.parse(line, p);
+  if (std::strcmp(line->key.c_str(), "NewPJL") != 0) diag::failJob("unknown key");
   newPJLLine* pjl = addNewPJLLine(p);
-  return parseParameterString(line->key, "NewPJL", line->value, pjl->text, line);
+  char text[256] = {};
+  const int result =
+      parseParameterString(line->key.c_str(), "NewPJL", line->value.c_str(), text, line);
+  pjl->text = text;
+  return result;
 }
 
-int parseImageParameter(cfgLine* line, parameter* p) {
-  if (std::strcmp(line->key, "[Image]") == 0) return 0;
-  if (takeNewImageSection()) initImageParameter(addImageParameter(p->imageParameterList));
+int parseImageParameter(cfgLine* line, parameter* p, ReaderState& reader) {
+  if (std::strcmp(line->key.c_str(), "[Image]") == 0) return 0;
+  if (reader.newImageSection) {
+    reader.newImageSection = false;
+    initImageParameter(addImageParameter(p));
+  }
   imageParameter* entry = getLastImageParameter(p);
   if (entry == nullptr) diag::failJob("a key outside any [Image] section");
   for (const ImageKey& k : kImageKeys)
-    if (std::strcmp(line->key, k.name) == 0) return k.parse(line, entry);
+    if (std::strcmp(line->key.c_str(), k.name) == 0) return k.parse(line, entry);
   diag::failJob("unknown key");
 }
 

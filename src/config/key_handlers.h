@@ -17,23 +17,24 @@ using KeyHandler = KeyRule<parameter>;
 
 template <auto Field>
 int parseTextField(cfgLine* l, parameter* p) {
-  return parseParameterString(l->key, l->key, l->value, p->*Field, l);
+  return parseParameterString(l->key.c_str(), l->key.c_str(), l->value.c_str(), p->*Field, l);
 }
 template <int parameter::*Field>
 int parseIntegerField(cfgLine* l, parameter* p) {
-  return parseParameterInteger(l->key, l->key, l->value, &(p->*Field), l);
+  return parseParameterInteger(l->key.c_str(), l->key.c_str(), l->value.c_str(), &(p->*Field), l);
 }
 template <int parameter::*Field>
 int parseSignedIntegerField(cfgLine* l, parameter* p) {
-  return parseParameterIntegerS(l->key, l->key, l->value, &(p->*Field), l);
+  return parseParameterIntegerS(l->key.c_str(), l->key.c_str(), l->value.c_str(), &(p->*Field), l);
 }
 template <int parameter::*Field>
 int parseIntegerSymbolField(cfgLine* l, parameter* p) {
-  return parseParameterIntegerSymbol(l->key, l->key, l->value, &(p->*Field), l);
+  return parseParameterIntegerSymbol(l->key.c_str(), l->key.c_str(), l->value.c_str(), &(p->*Field),
+                                     l);
 }
 template <int parameter::*Field>
 int parseQuotedSymbolField(cfgLine* l, parameter* p) {
-  return parseParameterSymbolS(l->key, l->key, l->value, &(p->*Field), l);
+  return parseParameterSymbolS(l->key.c_str(), l->key.c_str(), l->value.c_str(), &(p->*Field), l);
 }
 
 template <auto Field>

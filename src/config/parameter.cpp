@@ -55,8 +55,13 @@ void initCommonParameter(parameter* p) {
   *p = std::move(fresh);
 }
 
-imageParameter* addImageParameter(std::unique_ptr<imageParameter>& head) {
-  return appendNode(head);
+// The tail is kept, so that a long file of [Image] sections is read in linear time.
+imageParameter* addImageParameter(parameter* p) {
+  std::unique_ptr<imageParameter>& slot =
+      p->imageParameterLast == nullptr ? p->imageParameterList : p->imageParameterLast->next;
+  slot = std::make_unique<imageParameter>();
+  p->imageParameterLast = slot.get();
+  return p->imageParameterLast;
 }
 
 void initImageParameter(imageParameter* entry) {
@@ -90,20 +95,8 @@ newPJLLine* addNewPJLLine(parameter* p) {
   return p->newPJLLast;
 }
 
-cfgLine* addCFGFile(std::unique_ptr<cfgLine>& head) {
-  return appendNode(head);
-}
-
 imageParameter* getLastImageParameter(parameter* p) {
-  return lastNode(p->imageParameterList.get());
-}
-
-imageProcessingFile* getLastImageProcessingFile(parameter* p) {
-  return lastNode(p->imageProcessingFileList.get());
-}
-
-cfgLine* getLastCFGFile(cfgLine* head) {
-  return lastNode(head);
+  return p->imageParameterLast;
 }
 
 void deleteCFGFile(std::unique_ptr<cfgLine>& head) {
@@ -115,6 +108,7 @@ void deleteImageProcessingFile(parameter* p) {
 }
 
 void deleteImageParameter(parameter* p) {
+  p->imageParameterLast = nullptr;
   releaseList(p->imageParameterList);
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "image/reduction.h"
@@ -58,11 +59,11 @@ struct imageProcessingFile {
 };
 
 // One key or header line as read, kept while the file is read.
+// Key and value take what the line holds, so memory follows the file's length.
 struct cfgLine {
   int lineNumber = 0;
-  char line[1024] = {};
-  char key[1024] = {};
-  char value[1024] = {};
+  std::string key;
+  std::string value;
   int numericValue = 0;
   std::unique_ptr<cfgLine> next;
 };
@@ -70,6 +71,7 @@ struct cfgLine {
 struct parameter {
   char cfgDirectory[kPathSize] = {};
   std::unique_ptr<imageParameter> imageParameterList;
+  imageParameter* imageParameterLast = nullptr;
   char outFilePath[kPathSize] = {};
   int outFilePathLine = 0;  // 0: the default name
   std::unique_ptr<imageProcessingFile> imageProcessingFileList;

@@ -22,8 +22,8 @@ rawPacket* lastRawPacket(const std::unique_ptr<rawPacket>& head) {
   return packet;
 }
 
-const _CMDPARAMETER* findParameter(const _CMDSECTION& section, const std::string& name) {
-  for (const _CMDPARAMETER& param : section.parameters) {
+const CmdParameter* findParameter(const _CMDSECTION& section, const std::string& name) {
+  for (const CmdParameter& param : section.parameters) {
     if (param.name == name) return &param;
   }
   return nullptr;
@@ -104,7 +104,7 @@ void checkRawPacket(parameter* p) {
 }
 
 int parseZELP_RawParameter(cfgLine* line, parameter* p) {
-  const char* key = line->key;
+  const char* key = line->key.c_str();
   if (std::strcmp(key, "[ZELP_Raw]") == 0) return 0;
 
   const bool simple = std::strcmp(key, "SimplePacket") == 0;
@@ -112,8 +112,8 @@ int parseZELP_RawParameter(cfgLine* line, parameter* p) {
     checkRawPacket(p);
     rawPacket* packet = addRawPacket(p->rawPacketList);
     packet->lineNumber = line->lineNumber;
-    setOperationSymbol(packet, line->value);
-    std::printf("%s=%s\n", key, line->value);
+    setOperationSymbol(packet, line->value.c_str());
+    std::printf("%s=%s\n", key, line->value.c_str());
     // A full packet's data lines carry its header.
     if (simple) makeRawPacketheader(packet);
     return 1;
@@ -173,7 +173,7 @@ void makeRawPacketData(rawPacket* packet, _CMDSECTION& section, const char* valu
   // A command without parameter references takes no value.
   if (section.consumed >= section.packetLines.size()) return;
   const std::string& reference = section.packetLines[section.consumed++];
-  const _CMDPARAMETER* param = findParameter(section, reference);
+  const CmdParameter* param = findParameter(section, reference);
   if (param == nullptr)
     diag::failJob("the definition of " + section.name + " names no parameter " + reference);
 
@@ -215,7 +215,7 @@ int parseZELPParameterCmd(cfgLine* line, parameter* p) {
     makeRawPacketheader(packet);
     makeRawPacketBinary(packet, section);
   }
-  makeRawPacketData(packet, section, line->value);
+  makeRawPacketData(packet, section, line->value.c_str());
   writeConstantLines(packet, section);
   if (section.consumed >= section.packetLines.size()) section.consumed = 0;
   return 1;

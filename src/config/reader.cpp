@@ -20,32 +20,12 @@ namespace {
 
 constexpr int kLineSize = 1024;
 
-int sSection = kSectionNone;
-int sIsNewImageSection = 0;
-int sIsCStyleComment = 0;
-bool sSeenGlobal = false;
-bool sSeenZELP = false;
-bool sSeenKELM = false;
-bool sSeenImage = false;
-std::string sPath;
-int sCommentLine = 0;
-
 constexpr const char* kSectionNames[] = {"",     "Global", "ZELP", "ZELP_Raw",
                                          "KELM", "Image",  "Image"};
 
 // Later errors name this line unless they know better.
-void placeAt(int lineNumber, const char* key, const char* value) {
-  diag::setPlace(sPath, lineNumber, kSectionNames[sSection], key, value);
-}
-
-// A job per call: nothing of a previous configuration may leak into the next one.
-void resetReaderState() {
-  sSection = kSectionNone;
-  sIsNewImageSection = 0;
-  sIsCStyleComment = 0;
-  sSeenGlobal = sSeenZELP = sSeenKELM = sSeenImage = false;
-  sCommentLine = 0;
-  resetZELPVersion();
+void placeAt(const ReaderState& s, int lineNumber, const char* key, const char* value) {
+  diag::setPlace(s.path, lineNumber, kSectionNames[s.section], key, value);
 }
 
 struct Header {
@@ -68,28 +48,28 @@ bool startsWith(const char* s, const char* prefix) {
   return std::strncmp(s, prefix, std::strlen(prefix)) == 0;
 }
 
-LineKind classifyLine(const char* line, int lineNumber, char* key, char* value) {
+LineKind classifyLine(ReaderState& s, const char* line, int lineNumber, char* key, char* value) {
   if (line[0] == '\0') return LineKind::kIgnored;
   char text[kLineSize];
   copyText(text, line);
   trimSpaces(text);
-  if (sIsCStyleComment != 0) {
+  if (s.inBlockComment) {
     if (startsWith(text, "/*")) {
       diag::clearPlace();
-      diag::failJob({sPath,
+      diag::failJob({s.path,
                      lineNumber,
                      {},
                      {},
                      {},
-                     "block comment opened at line " + std::to_string(sCommentLine) +
+                     "block comment opened at line " + std::to_string(s.commentLine) +
                          " opens again before it is closed"});
     }
-    if (startsWith(text, "*/")) sIsCStyleComment = 0;
+    if (startsWith(text, "*/")) s.inBlockComment = false;
     return LineKind::kIgnored;
   }
   if (startsWith(text, "/*")) {
-    sIsCStyleComment = 1;
-    sCommentLine = lineNumber;
+    s.inBlockComment = true;
+    s.commentLine = lineNumber;
     return LineKind::kIgnored;
   }
   // No trim after the cut: "[ZELP] # note" keeps its blank and is no header.
@@ -99,8 +79,8 @@ LineKind classifyLine(const char* line, int lineNumber, char* key, char* value) 
   }
   for (const Header& h : kHeaders) {
     if (std::strcmp(text, h.text) != 0) continue;
-    sSection = h.section;
-    if (h.section == kSectionImageHeader) sIsNewImageSection = 1;
+    s.section = h.section;
+    if (h.section == kSectionImageHeader) s.newImageSection = true;
     copyText(key, h.text);
     std::snprintf(value, kLineSize, "%d", lineNumber);
     return LineKind::kHeader;
@@ -116,11 +96,11 @@ LineKind classifyLine(const char* line, int lineNumber, char* key, char* value) 
   return LineKind::kKey;
 }
 
-void defaultOutFilePath(parameter* p) {
+void defaultOutFilePath(const ReaderState& s, parameter* p) {
   if (p->outFilePath[0] != '\0') return;
   const char* name = defaultFileName();
   if (name == nullptr)
-    diag::failJob({sPath,
+    diag::failJob({s.path,
                    0,
                    {},
                    {},
@@ -134,39 +114,39 @@ void defaultJobImpressions(parameter* p) {
 }
 
 // The defaults depend on the order of the sections, not only on their contents.
-void enterSection(int previous, parameter* p, const cfgLine* lines, int headerLine,
+void enterSection(ReaderState& s, int previous, parameter* p, const cfgLine* lines, int headerLine,
                   int lineNumber) {
-  placeAt(lineNumber, "", "");
-  switch (sSection) {
+  placeAt(s, lineNumber, "", "");
+  switch (s.section) {
     case kSectionGlobal:
-      sSeenGlobal = true;
+      s.seenGlobal = true;
       break;
     case kSectionZELP:
-      sSeenZELP = true;
-      if (previous == kSectionNone || previous == kSectionGlobal) defaultOutFilePath(p);
+      s.seenZELP = true;
+      if (previous == kSectionNone || previous == kSectionGlobal) defaultOutFilePath(s, p);
       break;
     case kSectionKELM:
-      sSeenKELM = true;
+      s.seenKELM = true;
       if (previous == kSectionNone) {
-        defaultOutFilePath(p);
+        defaultOutFilePath(s, p);
         defaultJobImpressions(p);
       } else if (previous == kSectionGlobal) {
-        defaultOutFilePath(p);
+        defaultOutFilePath(s, p);
       } else if (previous == kSectionZELP || previous == kSectionZELPRaw) {
         defaultJobImpressions(p);
         checkRawPacket(p);
       }
       break;
     case kSectionImageHeader:
-      sSeenImage = true;
+      s.seenImage = true;
       if (previous == kSectionKELM) {
         checkKELMSectionParameter(p, lines, headerLine);
-        sSection = kSectionImage;
+        s.section = kSectionImage;
       } else if (previous == kSectionImage) {
         checkImageSectionParameter(p, lines, headerLine);
-        sSection = kSectionImage;
+        s.section = kSectionImage;
       } else if (previous != kSectionZELPRaw) {
-        diag::failJob({sPath,
+        diag::failJob({s.path,
                        lineNumber,
                        "Image",
                        {},
@@ -180,13 +160,13 @@ void enterSection(int previous, parameter* p, const cfgLine* lines, int headerLi
   }
 }
 
-void dispatch(cfgLine* line, parameter* p) {
-  switch (sSection) {
+void dispatch(ReaderState& s, cfgLine* line, parameter* p) {
+  switch (s.section) {
     case kSectionGlobal:
       parseGlobalParameter(line, p);
       break;
     case kSectionZELP:
-      parseZELPParameter(line, p);
+      parseZELPParameter(line, p, s);
       break;
     case kSectionZELPRaw:
       parseZELP_RawParameter(line, p);
@@ -195,7 +175,7 @@ void dispatch(cfgLine* line, parameter* p) {
       parseKELMParameter(line, p);
       break;
     case kSectionImage:
-      parseImageParameter(line, p);
+      parseImageParameter(line, p, s);
       break;
     default:
       // Lines before the first header, and an [Image] section after [ZELP_Raw].
@@ -218,22 +198,12 @@ bool canOpen(const char* path) {
 
 }  // namespace
 
-int parseKeyValue(const char* line, int lineNumber, char* key, char* value) {
-  return classifyLine(line, lineNumber, key, value) == LineKind::kIgnored ? -1 : 0;
-}
-
-bool takeNewImageSection() {
-  if (sIsNewImageSection == 0) return false;
-  sIsNewImageSection = 0;
-  return true;
-}
-
 void parseParameter(const char* path, parameter* p) {
-  resetReaderState();
-  sPath = path;
+  ReaderState s;  // a job per call: nothing of an earlier configuration leaks into this one
+  s.path = path;
   diag::clearPlace();
   FilePtr file(std::fopen(path, "r"));
-  if (!file) diag::failJob({sPath, 0, {}, {}, {}, "cannot open the job configuration"});
+  if (!file) diag::failJob({s.path, 0, {}, {}, {}, "cannot open the job configuration"});
   initCommonParameter(p);
 
   char line[kLineSize] = {};
@@ -242,42 +212,46 @@ void parseParameter(const char* path, parameter* p) {
   std::unique_ptr<cfgLine> lines;
   cfgLine* last = nullptr;
   int headerLine = 0;
+  // The checks of a section start at its header's record, not at the first line of the file.
+  const cfgLine* header = nullptr;
   for (int lineNumber = 1; sReadLine(line, kLineSize, file.get()) != nullptr; ++lineNumber) {
-    const int previous = sSection;
-    const LineKind kind = classifyLine(line, lineNumber, key, value);
-    if (sSection != previous) enterSection(previous, p, lines.get(), headerLine, lineNumber);
+    const int previous = s.section;
+    const LineKind kind = classifyLine(s, line, lineNumber, key, value);
+    if (s.section != previous) enterSection(s, previous, p, header, headerLine, lineNumber);
     if (kind == LineKind::kIgnored) continue;
-    if (kind == LineKind::kHeader) headerLine = lineNumber;
 
     std::unique_ptr<cfgLine>& slot = last == nullptr ? lines : last->next;
     slot = std::make_unique<cfgLine>();
     last = slot.get();
     last->lineNumber = lineNumber;
-    copyField(last->line, line);
-    copyField(last->key, key);
-    copyField(last->value, value);
+    last->key = key;
+    last->value = value;
     if (kind == LineKind::kHeader) {
-      placeAt(lineNumber, "", "");
-    } else {
-      placeAt(lineNumber, last->key, last->value);
+      headerLine = lineNumber;
+      header = last;
     }
-    dispatch(last, p);
+    if (kind == LineKind::kHeader) {
+      placeAt(s, lineNumber, "", "");
+    } else {
+      placeAt(s, lineNumber, last->key.c_str(), last->value.c_str());
+    }
+    dispatch(s, last, p);
   }
 
   diag::clearPlace();
-  if (sIsCStyleComment != 0)
+  if (s.inBlockComment)
     diag::failJob(
-        {sPath,
-         sCommentLine,
+        {s.path,
+         s.commentLine,
          {},
          {},
          {},
-         "block comment opened at line " + std::to_string(sCommentLine) + " never closed"});
-  if (!sSeenKELM || !sSeenImage) {
+         "block comment opened at line " + std::to_string(s.commentLine) + " never closed"});
+  if (!s.seenKELM || !s.seenImage) {
     // Only these two names are printed, whichever section is really missing.
-    if (!sSeenGlobal) std::puts("[Global]");
-    if (!sSeenZELP) std::puts("[ZELP]");
-    diag::failJob({sPath,
+    if (!s.seenGlobal) std::puts("[Global]");
+    if (!s.seenZELP) std::puts("[ZELP]");
+    diag::failJob({s.path,
                    0,
                    {},
                    {},
@@ -285,12 +259,12 @@ void parseParameter(const char* path, parameter* p) {
                    std::ferror(file.get()) != 0
                        ? "cannot be read as a job configuration (a folder?)"
                    : lines == nullptr ? "the job configuration is empty"
-                   : !sSeenKELM       ? "no [KELM] section"
+                   : !s.seenKELM      ? "no [KELM] section"
                                       : "no [Image] section"});
   }
-  placeAt(headerLine, "", "");
-  checkImageSectionParameter(p, lines.get(), headerLine);
-  diag::setPlace(sPath, 0, "", "", "");
+  placeAt(s, headerLine, "", "");
+  checkImageSectionParameter(p, header, headerLine);
+  diag::setPlace(s.path, 0, "", "", "");
   convertDirSeparator(p);
   convertToFullPath(p);
   checkIfFileExist(p);

@@ -5,6 +5,8 @@
 // process (exit 1) on a key it does not know or a bad value.
 #pragma once
 
+#include <string>
+
 #include "config/parameter.h"
 
 // The reader's section state: 0 before any header, 1 [Global], 2 [ZELP], 3 [ZELP_Raw],
@@ -19,25 +21,30 @@ enum Section {
   kSectionImageHeader = 6
 };
 
-// Splits one line into key and value (buffers of 1024 bytes), updating the section state.
-// -1 for a line to ignore, 0 for a header or key line.
-int parseKeyValue(const char* line, int lineNumber, char* key, char* value);
-// True once, at the first key of an [Image] section.
-bool takeNewImageSection();
+// What the reader knows while it reads one configuration file; each file starts a fresh one.
+struct ReaderState {
+  int section = kSectionNone;
+  bool newImageSection = false;  // an [Image] header read, its entry not made yet
+  bool inBlockComment = false;
+  int commentLine = 0;  // where the block comment began
+  bool seenGlobal = false;
+  bool seenZELP = false;
+  bool seenKELM = false;
+  bool seenImage = false;
+  int zelpVersion = 1;  // the [ZELP] key set in force: 1, or 2 after Version=2
+  std::string path;
+};
 
 // The default output name, or null when the name given was too long to keep whole.
 const char* defaultFileName();
 
 int parseGlobalParameter(cfgLine* line, parameter* p);
 
-// The [ZELP] key set in force: 1, or 2 after Version=2. Reset to 1 for every configuration.
-int zelpVersion();
-void resetZELPVersion();
-int parseZELPParameter(cfgLine* line, parameter* p);
-int parseZELPParameterBuild(cfgLine* line, parameter* p);
+int parseZELPParameter(cfgLine* line, parameter* p, ReaderState& reader);
+int parseZELPParameterBuild(cfgLine* line, parameter* p, ReaderState& reader);
 
 int parseKELMParameter(cfgLine* line, parameter* p);
-int parseImageParameter(cfgLine* line, parameter* p);
+int parseImageParameter(cfgLine* line, parameter* p, ReaderState& reader);
 // "ImageFileK" and so on.
 const char* imageFileKey(int file);  // indexed like imageParameter::imageFile
 

@@ -557,14 +557,14 @@ int parseIndexLevel(const char* key, const char* want, const char* value,
 int checkParameterInteger(const char* key, int forbidden, const cfgLine* lines, int fromLine) {
   const cfgLine* line = lines;
   while (line != nullptr && line->lineNumber < fromLine) line = line->next.get();
-  while (line != nullptr && std::strcmp(line->key, key) != 0) line = line->next.get();
+  while (line != nullptr && std::strcmp(line->key.c_str(), key) != 0) line = line->next.get();
   // Named after the section being checked: its header is the line the search starts at.
   const cfgLine* header = lines;
   while (header != nullptr && header->lineNumber < fromLine) header = header->next.get();
-  std::string section = header != nullptr ? header->key : "";
+  std::string section = header != nullptr ? header->key.c_str() : "";
   if (section.size() > 2 && section.front() == '[') section = section.substr(1, section.size() - 2);
   if (line == nullptr) diag::failJob({{}, fromLine, section, key, {}, "missing from the section"});
   if (line->numericValue == forbidden)
-    diag::failJob({{}, line->lineNumber, section, key, line->value, "has no usable value"});
+    diag::failJob({{}, line->lineNumber, section, key, line->value.c_str(), "has no usable value"});
   return 0;
 }

@@ -14,24 +14,25 @@
 
 namespace {
 
-int sZELPVersion = 1;
-
 using Handler = KeyHandler;
 int parseMediumTypeEx(cfgLine* l, parameter* p) {
-  return extractParameterIntegerSymbol(l->key, l->key, l->value, &p->mediumTypeEx, l);
+  return extractParameterIntegerSymbol(l->key.c_str(), l->key.c_str(), l->value.c_str(),
+                                       &p->mediumTypeEx, l);
 }
 int parseJobTimeKey(cfgLine* l, parameter* p) {
-  return parseJobTime(l->key, l->key, l->value, p, l);
+  return parseJobTime(l->key.c_str(), l->key.c_str(), l->value.c_str(), p, l);
 }
 int parseClientJobUUID(cfgLine* l, parameter* p) {
-  const int result = parseParameterStringUUID(l->key, l->key, l->value, p->clientJobUUID, l);
+  const int result = parseParameterStringUUID(l->key.c_str(), l->key.c_str(), l->value.c_str(),
+                                              p->clientJobUUID, l);
   p->clientJobIDSet = 1;
   return result;
 }
 int parseClientJobInfo(cfgLine* l, parameter* p) {
   p->clientJobIDSet = 1;
   // The job info field is sent as 48 bytes: a text of 48 characters keeps no terminator.
-  return parseParameterText(l->key, l->key, l->value, p->clientJobInfo, sizeof p->clientJobInfo, l);
+  return parseParameterText(l->key.c_str(), l->key.c_str(), l->value.c_str(), p->clientJobInfo,
+                            sizeof p->clientJobInfo, l);
 }
 constexpr Handler mediumTypeEx{ValueKind::kMediumTypeEx, parseMediumTypeEx};
 constexpr Handler jobTime{ValueKind::kJobTime, parseJobTimeKey};
@@ -109,45 +110,40 @@ void describeGlobalAndZELPKeys(std::vector<KeyInfo>& out) {
     out.push_back({"[ZELP]", k.name, k.parse.kind, describeUse(k.set1), describeUse(k.set2)});
 }
 
-int zelpVersion() {
-  return sZELPVersion;
-}
-
-void resetZELPVersion() {
-  sZELPVersion = 1;
-}
-
 int parseGlobalParameter(cfgLine* line, parameter* p) {
-  if (std::strcmp(line->key, "[Global]") == 0) return 0;
-  if (parseParameterString(line->key, "OutFilePath", line->value, p->outFilePath, line) == 1) {
+  if (std::strcmp(line->key.c_str(), "[Global]") == 0) return 0;
+  if (parseParameterString(line->key.c_str(), "OutFilePath", line->value.c_str(), p->outFilePath,
+                           line) == 1) {
     p->outFilePathLine = line->lineNumber;
     return 1;
   }
-  if (std::strcmp(line->key, "ImageProcessingFile") != 0) diag::failJob("unknown key");
+  if (std::strcmp(line->key.c_str(), "ImageProcessingFile") != 0) diag::failJob("unknown key");
   imageProcessingFile* file = addImageProcessingFile(p->imageProcessingFileList);
   file->line = line->lineNumber;
-  return parseParameterString(line->key, "ImageProcessingFile", line->value, file->path, line);
+  return parseParameterString(line->key.c_str(), "ImageProcessingFile", line->value.c_str(),
+                              file->path, line);
 }
 
-int parseZELPParameter(cfgLine* line, parameter* p) {
+int parseZELPParameter(cfgLine* line, parameter* p, ReaderState& reader) {
   // A defined command takes precedence over a built-in key of the same name.
   if (p->commandDefinitions != nullptr &&
-      isExistMatchCommand(p->commandDefinitions, line->key) == 1)
+      isExistMatchCommand(p->commandDefinitions, line->key.c_str()) == 1)
     return parseZELPParameterCmd(line, p);
-  return parseZELPParameterBuild(line, p);
+  return parseZELPParameterBuild(line, p, reader);
 }
 
-int parseZELPParameterBuild(cfgLine* line, parameter* p) {
-  if (std::strcmp(line->key, "[ZELP]") == 0) return 0;
-  if (parseParameterInteger(line->key, "Version", line->value, &p->version, line) == 1) {
-    sZELPVersion = p->version == 2 ? 2 : 1;
+int parseZELPParameterBuild(cfgLine* line, parameter* p, ReaderState& reader) {
+  if (std::strcmp(line->key.c_str(), "[ZELP]") == 0) return 0;
+  if (parseParameterInteger(line->key.c_str(), "Version", line->value.c_str(), &p->version, line) ==
+      1) {
+    reader.zelpVersion = p->version == 2 ? 2 : 1;
     return 1;
   }
   for (const ZELPKey& k : kZELPKeys) {
-    if (std::strcmp(line->key, k.name) != 0) continue;
-    const Use use = sZELPVersion == 2 ? k.set2 : k.set1;
+    if (std::strcmp(line->key.c_str(), k.name) != 0) continue;
+    const Use use = reader.zelpVersion == 2 ? k.set2 : k.set1;
     if (use == kStored) return k.parse(line, p);
-    const std::string version = "Version " + std::to_string(sZELPVersion);
+    const std::string version = "Version " + std::to_string(reader.zelpVersion);
     if (use == kIgnored) {
       diag::warn("accepted and ignored under " + version + "; nothing of it reaches the printer");
       return 0;

@@ -49,46 +49,6 @@ constexpr Named kOperations[] = {
     {kOpenJob, "OpenJob"},
 };
 
-constexpr Named kAttributes[] = {
-    {attribute::kJobName, "JobName"},
-    {attribute::kJobOwner, "JobOwner"},
-    {attribute::kJobClientID, "JobClientID"},
-    {attribute::kJobTime, "JobTime"},
-    {attribute::kJobStartMode, "JobStartMode"},
-    {attribute::kJobStartExecutionMode, "JobStartExecutionMode"},
-    {attribute::kJobImpressions2, "JobImpressions2"},
-    {attribute::kClientJobID, "ClientJobID"},
-    {attribute::kCOL, "COL"},
-    {attribute::kJobImpressions, "JobImpressions"},
-    {attribute::kJobOctets, "JobOctets"},
-    {attribute::kCopies, "JobCopies"},
-    {attribute::kPlex, "Plex"},
-    {attribute::kMedium, "Medium"},
-    {attribute::kQuality, "Quality"},
-    {attribute::kPanelMessage, "PanelMessage"},
-    {attribute::kTray, "Tray"},
-    {attribute::kMediumTypeEx, "MediumTypeEx"},
-    {attribute::kMediumCuttingType, "MediumCuttingType"},
-    {attribute::kInkDryingType, "InkDryingType"},
-    {attribute::kInkDryingTime, "InkDryingTime"},
-    {attribute::kPlexImagePositionAdjustment, "PlexImagePositionAdjustment"},
-    {attribute::kQualityOptimizedLevel, "QualityOptimizedLevel"},
-    {attribute::kHeadOneWayPrint, "HeadOneWayPrint"},
-};
-
-// Selectors of the set-value method.
-constexpr Named kSelectors[] = {
-    {selector::kPageInkDryingTime, "PageInkDryingTime"},
-    {selector::kBandInkDryingTime, "BandInkDryingTime"},
-    {selector::kRollMediaTopBlank, "RollMediaTopBlank"},
-    {selector::kOutwardSizeFirst, "OutwardSizeFirst"},
-    {selector::kPaperThickness, "PaperThickness"},
-    {selector::kPrintingSuction, "PrintingSuction"},
-    {selector::kCuttingSpeed, "CuttingSpeed"},
-    {selector::kRollMediaBottomBlank, "RollMediaBottomBlank"},
-    {selector::kHeadHeight, "HeadHeight"},
-};
-
 template <std::size_t N>
 const char* lookup(const Named (&table)[N], unsigned code) {
   for (const Named& n : table) {
@@ -209,7 +169,8 @@ const char* operationName(std::uint16_t operation) {
 }
 
 const char* attributeName(std::uint16_t id) {
-  return lookup(kAttributes, id);
+  const attr::Row* row = attr::findAttribute(id);
+  return row != nullptr ? row->name : nullptr;
 }
 
 std::optional<Attribute> setAttribute(const Packet& packet) {
@@ -257,18 +218,15 @@ std::optional<MethodCall> executeMethod(const Packet& packet) {
 }
 
 const char* methodName(const MethodCall& call) {
-  switch (call.method) {
-    case method::kSetValue:
-      return call.selector < 0 ? nullptr : lookup(kSelectors, static_cast<unsigned>(call.selector));
-    case method::kCalibration:
-      return "Calibration";
-    case method::kJobCreatorID:
-      return "JobCreatorID";
-    case method::kSetPathMode:
-      return "SetPathMode";
-    default:
-      return nullptr;
+  const attr::Row* row = nullptr;
+  if (call.method == method::kSetValue) {
+    if (call.selector >= 0 && call.selector <= 0xFF) {
+      row = attr::findSelector(static_cast<std::uint8_t>(call.selector));
+    }
+  } else {
+    row = attr::findMethod(call.method);
   }
+  return row != nullptr ? row->name : nullptr;
 }
 
 bool JobChecker::add(const Packet& p, std::string* error) {

@@ -57,8 +57,7 @@ int KELM_SendJobStart() {
   // Each record is freed once it is sent.
   for (std::unique_ptr<newPJLLine> line = std::move(st.mNewPJLP); line != nullptr;
        line = std::move(line->next)) {
-    const int length = static_cast<int>(strnlen(line->text, sizeof line->text));
-    sendFormatted("@PJL SET %.*s\n", length, line->text);
+    sendFormatted("@PJL SET %s\n", line->text.c_str());
   }
   ZELP_SendCString(
       "\x1b%0A\x1b"

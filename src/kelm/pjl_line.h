@@ -2,8 +2,9 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 struct newPJLLine {
-  char text[256] = {};
+  std::string text;  // at most 255 characters
   std::unique_ptr<newPJLLine> next;
 };

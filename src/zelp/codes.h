@@ -257,54 +257,180 @@ struct Layout {
   std::span<const Name> names;  // of the value, or of the leading code of a tray, medium or COL
 };
 
-constexpr Layout attributeLayout(std::uint16_t id) {
-  using namespace attribute;
-  switch (id) {
-    case kJobName:
-    case kJobOwner:
-    case kPanelMessage:
-      return {Kind::kText, {}};
-    case kJobClientID:
-      return {Kind::kCountedText, {}};
-    case kJobTime:
-      return {Kind::kTime, {}};
-    case kJobStartMode:
-      return {Kind::kNumber, kJobStartTypes};
-    case kJobStartExecutionMode:
-      return {Kind::kNumber, kStartExecutionModes};
-    case kJobImpressions:
-    case kJobImpressions2:
-    case kJobOctets:
-    case kCopies:
-    case kInkDryingTime:
-      return {Kind::kNumber, {}};
-    case kClientJobID:
-      return {Kind::kClientJobID, {}};
-    case kCOL:
-      return {Kind::kCOL, kIdentifications};
-    case kPlex:
-      return {Kind::kNumber, kPlexes};
-    case kMedium:
-      return {Kind::kMedium, kMediumTypes};
-    case kQuality:
-      return {Kind::kNumber, kQualities};
-    case kTray:
-      return {Kind::kTray, kTrays};
-    case kMediumTypeEx:
-      return {Kind::kMediumTypeEx, kMediumTypeExWords};
-    case kMediumCuttingType:
-      return {Kind::kNumber, kCuttingTypes};
-    case kInkDryingType:
-      return {Kind::kNumber, kInkDryingTypes};
-    case kPlexImagePositionAdjustment:
-      return {Kind::kNumber, kPlexImagePositionAdjustments};
-    case kQualityOptimizedLevel:
-      return {Kind::kNumber, kQualityOptimizedLevels};
-    case kHeadOneWayPrint:
-      return {Kind::kNumber, kHeadOneWayPrints};
-    default:
-      return {};
+}  // namespace value
+
+// The job attributes as data: the store keeps one value per row, the start sequences name rows,
+// and the decoder takes names and layouts from here. A new attribute is a row, its field and a
+// one-line setter.
+namespace attr {
+enum Field : std::uint8_t {
+  kJobName,
+  kJobOwner,
+  kJobClientID,
+  kPanelMessage,
+  kJobTime,
+  kJobImpressions,
+  kTray,
+  kMedium,
+  kMediumTypeEx,
+  kQuality,
+  kMediumCuttingType,
+  kInkDryingType,
+  kInkDryingTime,
+  kPageInkDryingTime,
+  kBandInkDryingTime,
+  kRollMediaTopBlank,
+  kRollMediaBottomBlank,
+  kPaperThickness,
+  kPrintingSuction,
+  kCuttingSpeed,
+  kHeadHeight,
+  kOutwardSizeFirst,
+  kJobCreatorID,
+  kCalibration,
+  kPathMode,
+  kPlex,
+  kPlexImagePositionAdjustment,
+  kJobStartExecutionMode,
+  kJobStartMode,
+  kCOLMode,
+  kCOLCount,
+  kCOLHandle,
+  kCOLNumber,
+  kCOLPassword,
+  kClientJobUUID,
+  kClientJobInfo,
+  kJobCopies,
+  kQualityOptimizedLevel,
+  kHeadOneWayPrint,
+  kJobImpressions2,
+  kJobOctets,
+  kCount
+};
+
+// Where an attribute's value goes.
+enum class Level : std::uint8_t {
+  kJob,          // a SetJob packet, or an open-job entry under key set 2
+  kDocument,     // a SetDocument packet
+  kOpenJob,      // an open-job entry only
+  kValueMethod,  // the set-value method; the id is its selector
+  kMethod,       // an execute method of its own; the id is its code
+  kPart,         // a piece of another row's value (COL, client job id)
+};
+
+struct Row {
+  Field field;
+  const char* name;  // as the decoder shows it
+  std::uint16_t id;
+  Level level;
+  value::Kind kind;
+  std::uint8_t size;      // bytes stored; text sends only what it holds
+  std::uint32_t initial;  // a number's value after ZELP_Init
+  std::span<const value::Name> names = {};
+};
+
+using enum Level;
+using value::Kind;
+inline constexpr Row kTable[] = {
+    {kJobName, "JobName", attribute::kJobName, kJob, Kind::kText, 35, 0},
+    {kJobOwner, "JobOwner", attribute::kJobOwner, kJob, Kind::kText, 35, 0},
+    {kJobClientID, "JobClientID", attribute::kJobClientID, kJob, Kind::kCountedText, 33, 0},
+    {kPanelMessage, "PanelMessage", attribute::kPanelMessage, kDocument, Kind::kText, 35, 0},
+    {kJobTime, "JobTime", attribute::kJobTime, kJob, Kind::kTime, 8, 0},
+    {kJobImpressions, "JobImpressions", attribute::kJobImpressions, kJob, Kind::kNumber, 2, 0},
+    {kTray, "Tray", attribute::kTray, kDocument, Kind::kTray, 4, 0, value::kTrays},
+    {kMedium, "Medium", attribute::kMedium, kDocument, Kind::kMedium, 13, 0, value::kMediumTypes},
+    {kMediumTypeEx, "MediumTypeEx", attribute::kMediumTypeEx, kDocument, Kind::kMediumTypeEx, 3, 0,
+     value::kMediumTypeExWords},
+    {kQuality, "Quality", attribute::kQuality, kDocument, Kind::kNumber, 1, 0, value::kQualities},
+    {kMediumCuttingType, "MediumCuttingType", attribute::kMediumCuttingType, kDocument,
+     Kind::kNumber, 1, 0, value::kCuttingTypes},
+    {kInkDryingType, "InkDryingType", attribute::kInkDryingType, kDocument, Kind::kNumber, 1, 0,
+     value::kInkDryingTypes},
+    {kInkDryingTime, "InkDryingTime", attribute::kInkDryingTime, kDocument, Kind::kNumber, 4, 0},
+    {kPageInkDryingTime, "PageInkDryingTime", selector::kPageInkDryingTime, kValueMethod,
+     Kind::kNumber, 1, 0},
+    {kBandInkDryingTime, "BandInkDryingTime", selector::kBandInkDryingTime, kValueMethod,
+     Kind::kNumber, 1, 0},
+    {kRollMediaTopBlank, "RollMediaTopBlank", selector::kRollMediaTopBlank, kValueMethod,
+     Kind::kNumber, 1, 0},
+    {kRollMediaBottomBlank, "RollMediaBottomBlank", selector::kRollMediaBottomBlank, kValueMethod,
+     Kind::kNumber, 1, 0},
+    {kPaperThickness, "PaperThickness", selector::kPaperThickness, kValueMethod, Kind::kNumber, 1,
+     0},
+    {kPrintingSuction, "PrintingSuction", selector::kPrintingSuction, kValueMethod, Kind::kNumber,
+     1, 0},
+    {kCuttingSpeed, "CuttingSpeed", selector::kCuttingSpeed, kValueMethod, Kind::kNumber, 1, 0},
+    {kHeadHeight, "HeadHeight", selector::kHeadHeight, kValueMethod, Kind::kNumber, 1, 0},
+    {kOutwardSizeFirst, "OutwardSizeFirst", selector::kOutwardSizeFirst, kValueMethod,
+     Kind::kNumber, 1, 0},
+    {kJobCreatorID, "JobCreatorID", method::kJobCreatorID, kMethod, Kind::kNumber, 4, 0},
+    {kCalibration, "Calibration", method::kCalibration, kMethod, Kind::kNumber, 1, 0},
+    {kPathMode, "SetPathMode", method::kSetPathMode, kMethod, Kind::kNumber, 1, 0},
+    {kPlex, "Plex", attribute::kPlex, kDocument, Kind::kNumber, 1, 0, value::kPlexes},
+    {kPlexImagePositionAdjustment, "PlexImagePositionAdjustment",
+     attribute::kPlexImagePositionAdjustment, kDocument, Kind::kNumber, 1, 0,
+     value::kPlexImagePositionAdjustments},
+    {kJobStartExecutionMode, "JobStartExecutionMode", attribute::kJobStartExecutionMode, kOpenJob,
+     Kind::kNumber, 1, 1, value::kStartExecutionModes},
+    {kJobStartMode, "JobStartMode", attribute::kJobStartMode, kOpenJob, Kind::kNumber, 1, 0,
+     value::kJobStartTypes},
+    {kCOLMode, "COL", attribute::kCOL, kOpenJob, Kind::kCOL, 1, 2, value::kIdentifications},
+    {kCOLCount, nullptr, 0, kPart, Kind::kNumber, 2, 1},
+    {kCOLHandle, nullptr, 0, kPart, Kind::kNumber, 4, 0},
+    {kCOLNumber, nullptr, 0, kPart, Kind::kNumber, 2, 0},
+    {kCOLPassword, nullptr, 0, kPart, Kind::kNumber, 4, 0},
+    {kClientJobUUID, "ClientJobID", attribute::kClientJobID, kOpenJob, Kind::kClientJobID,
+     value::kClientJobUUIDSize, 0},
+    {kClientJobInfo, nullptr, 0, kPart, Kind::kUnknown, value::kClientJobInfoSize, 0},
+    {kJobCopies, "JobCopies", attribute::kCopies, kJob, Kind::kNumber, 2, 1},
+    {kQualityOptimizedLevel, "QualityOptimizedLevel", attribute::kQualityOptimizedLevel, kDocument,
+     Kind::kNumber, 1, 2, value::kQualityOptimizedLevels},
+    {kHeadOneWayPrint, "HeadOneWayPrint", attribute::kHeadOneWayPrint, kDocument, Kind::kNumber, 1,
+     1, value::kHeadOneWayPrints},
+    {kJobImpressions2, "JobImpressions2", attribute::kJobImpressions2, kJob, Kind::kNumber, 4, 1},
+    {kJobOctets, "JobOctets", attribute::kJobOctets, kJob, Kind::kNumber, 4, 0},
+};
+inline constexpr std::size_t kMaxSize = value::kClientJobInfoSize;
+
+constexpr bool tableInOrder() {
+  for (std::size_t i = 0; i < std::size(kTable); ++i) {
+    if (kTable[i].field != i || kTable[i].size > kMaxSize) return false;
   }
+  return std::size(kTable) == kCount;
+}
+static_assert(tableInOrder(), "one row per field, in the order of the fields");
+
+// The row an attribute id (of a set or open-job packet) names, or null.
+constexpr const Row* findAttribute(std::uint16_t id) {
+  for (const Row& r : kTable) {
+    if (r.id == id && (r.level == kJob || r.level == kDocument || r.level == kOpenJob)) return &r;
+  }
+  return nullptr;
+}
+
+// The row of a set-value method's selector, or null.
+constexpr const Row* findSelector(std::uint8_t selector) {
+  for (const Row& r : kTable) {
+    if (r.level == kValueMethod && r.id == selector) return &r;
+  }
+  return nullptr;
+}
+
+// The row of an execute method's own code, or null.
+constexpr const Row* findMethod(std::uint8_t code) {
+  for (const Row& r : kTable) {
+    if (r.level == kMethod && r.id == code) return &r;
+  }
+  return nullptr;
+}
+}  // namespace attr
+
+namespace value {
+
+constexpr Layout attributeLayout(std::uint16_t id) {
+  const attr::Row* row = attr::findAttribute(id);
+  return row != nullptr ? Layout{row->kind, row->names} : Layout{};
 }
 
 // The arguments of an execute method after the set-value method's 01 and selector.

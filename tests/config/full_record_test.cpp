@@ -87,7 +87,7 @@ TEST(FullRecord, EveryKeyOfEverySection) {
   EXPECT_STREQ(p.machineID, "machine");
   EXPECT_STREQ(p.rollWidth, "36inch");
   ASSERT_NE(p.newPJLList, nullptr);
-  EXPECT_STREQ(p.newPJLList->text, "@PJL SET A=1");
+  EXPECT_EQ(p.newPJLList->text, "@PJL SET A=1");
   EXPECT_EQ(p.newPJLList->next, nullptr);
   EXPECT_EQ(p.newPJLLast, p.newPJLList.get());
 

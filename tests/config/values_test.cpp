@@ -222,7 +222,7 @@ TEST(SectionChecks, KeyPresenceFromHeader) {
     slot = std::make_unique<cfgLine>();
     last = slot.get();
     last->lineNumber = n;
-    std::strcpy(last->key, key);
+    last->key = key;
     last->numericValue = num;
   }
   EXPECT_EQ(checkParameterInteger("A", -1, head.get(), 1), 0);

@@ -30,8 +30,8 @@ void feed(Parser parser, parameter& p, const std::vector<std::pair<std::string, 
   for (const auto& [key, value] : kv) {
     cfgLine line;
     line.lineNumber = n++;
-    copyField(line.key, key.c_str());
-    copyField(line.value, value.c_str());
+    line.key = key;
+    line.value = value;
     parser(&line, &p);
   }
 }

@@ -6,7 +6,7 @@
 
 #include "config/parameter.h"
 #include "driver/driver.h"
-#include "zelp_job.h"
+#include "zelp/zelp_job.h"
 
 namespace {
 
