@@ -354,8 +354,8 @@ class JobRun final : public PdfSink {
     TIFFSetField(image_, TIFFTAG_BITSPERSAMPLE, 8);
     TIFFSetField(image_, TIFFTAG_SAMPLESPERPIXEL, outChannels_);
     TIFFSetField(image_, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    // Uncompressed: the page is read once, by zelpgen, from the page cache; PackBits cost
-    // seconds a page and saved nothing on photographs.
+    // Uncompressed: zelpgen reads the page once, mostly from the page cache; PackBits took
+    // most of the time from PDF to bands and saved little or nothing.
     TIFFSetField(image_, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     if (outChannels_ == 4) {
       TIFFSetField(image_, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_SEPARATED);
