@@ -7,7 +7,8 @@
 #  3. The whole job through a zelpgen-printer server on a loopback port with a file:// device:
 #     time from submission to the job's completion, the server's peak RSS (VmHWM; Ghostscript
 #     and zelpgen run as children and are not counted), the spool folder's peak size (sampled
-#     every 0.25 s) beside the page's TIFF size and the print file's.
+#     every 0.25 s) beside the page's TIFF size and the print file's. CPU seconds beside the
+#     times: on a shared machine they say more than the wall clock.
 # Usage: bench/printer_bench.sh [BUILD-DIR]   (default build/dev)
 # Environment: BENCH_DRIVER (zelpgen_sheet), BENCH_DPI (600), KEEP_WORK=1 keeps the folder.
 set -euo pipefail
@@ -45,15 +46,20 @@ echo "document: A0 poster ($(stat -c %s "$PDF") bytes of PDF) at $DPI dpi"
 
 GS=(gs -q -dSAFER -dBATCH -dNOPAUSE -dNOPROMPT "-r$DPI" -sBandListStorage=memory
   -dMaxBitmap=10000000 -dBufferSpace=4000000)
+# CPU seconds (user + system) of a process and the children it waited for, from /proc.
+cpu_of() { awk -v hz="$(getconf CLK_TCK)" '{print ($14 + $15 + $16 + $17) / hz}' "/proc/$1/stat"; }
 start=$(now)
-"${GS[@]}" -sDEVICE=ppmraw -sOutputFile=/dev/null "$PDF"
+TIMEFORMAT=%U+%S
+{ time "${GS[@]}" -sDEVICE=ppmraw -sOutputFile=/dev/null "$PDF" 2>&3; } 3>&2 2>"$WORK/gs_null.cpu"
 gs_null=$(since "$start")
 start=$(now)
-"${GS[@]}" -sDEVICE=tiff32nc -sOutputFile="$WORK/page.tif" "$PDF"
+{ time "${GS[@]}" -sDEVICE=tiff32nc -sOutputFile="$WORK/page.tif" "$PDF" 2>&3; } 3>&2 2>"$WORK/gs_tiff.cpu"
 gs_tiff=$(since "$start")
 tiff_bytes=$(stat -c %s "$WORK/page.tif")
 rm -f "$WORK/page.tif"
-echo "ghostscript alone: $gs_null s to nothing, $gs_tiff s to a CMYK TIFF of $(mb "$tiff_bytes")"
+cpu() { awk -F+ '{printf "%.2f", $1 + $2}' "$1"; }
+echo "ghostscript alone: $gs_null s to nothing, $gs_tiff s to a CMYK TIFF of $(mb "$tiff_bytes")" \
+  "(CPU $(cpu "$WORK/gs_null.cpu") s and $(cpu "$WORK/gs_tiff.cpu") s)"
 
 if [ -n "$MODULE_BENCH" ]; then
   (cd "$WORK" && "$MODULE_BENCH" "$PDF" "$DPI" | sed 's/^/printer_bench: /')
@@ -91,6 +97,7 @@ timeout 60 "$PRINTER" add -d bench -m "$DRIVER" -v "file://$WORK/out" >/dev/null
 timeout 60 "$PRINTER" modify -d bench -o media-default=iso_a0_841x1189mm \
   -o printer-resolution-default="${DPI}dpi" -o print-color-mode-default=color >/dev/null
 rss_before=$(awk '/^VmHWM/ {print $2}' "/proc/$SERVER_PID/status")
+cpu_before=$(cpu_of "$SERVER_PID")
 
 cat >"$WORK/get-job.test" <<'EOF'
 {
@@ -126,8 +133,9 @@ job_time=$(since "$start")
 sleep 0.5
 kill "$TAIL_PID" 2>/dev/null || true
 rss_peak=$(awk '/^VmHWM/ {print $2}' "/proc/$SERVER_PID/status")
+job_cpu=$(awk -v a="$cpu_before" -v b="$(cpu_of "$SERVER_PID")" 'BEGIN {printf "%.2f", b - a}')
 print_bytes=$(find "$WORK/out" -type f -printf '%s\n' | awk '{s += $1} END {print s + 0}')
-echo "whole job: $job_time s, ended $state"
+echo "whole job: $job_time s, ended $state (CPU $job_cpu s: the server, Ghostscript, zelpgen)"
 # Where the time went, from the job log: rendering and band images, then zelpgen.
 stamp() { grep -m1 "\[Job $job\] $1" "$WORK/job.log" | sed 's/^. \[[^T]*T\([^Z]*\)Z.*/\1/' |
   awk -F: '{print $1 * 3600 + $2 * 60 + $3}'; }

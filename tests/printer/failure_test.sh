@@ -1,14 +1,21 @@
 #!/usr/bin/env bash
-# Jobs that must fail, each inside itself: refused formats, unreadable documents, a failing
-# zelpgen child, a PDF reaching for a file outside its job, a page over the spool limit, a
-# device that takes no data and one that cannot be opened. Every such job ends with its reason
+# Jobs that must fail, each inside itself: refused formats, unreadable documents, a failing or
+# warning zelpgen child, a PDF reaching for a file outside its job, a page over the spool limit,
+# a device that takes no data and one that cannot be opened. Every such job ends with its reason
 # in job-state-message, the server answers, nothing stays in the spool, and the next job prints.
 . "$PRINTER_TESTS/server.sh"
 
-# A zelpgen that fails the pages of jobs named fail-child and runs the real one otherwise.
+# A zelpgen that fails the pages of jobs named fail-child, warns on those of warn-child (and
+# succeeds), and runs the real one otherwise.
 cat >"$WORK/zelpgen" <<SCRIPT
 #!/bin/sh
-if /bin/grep -q '^JobName="fail-child' "\$3"; then echo "zelpgen: made to fail" >&2; exit 1; fi
+for cfg; do :; done
+if /bin/grep -q '^JobName="fail-child' "\$cfg"; then echo "zelpgen: made to fail" >&2; exit 1; fi
+if /bin/grep -q '^JobName="warn-child' "\$cfg"; then
+  "$ZELPGEN" "\$@" || exit
+  echo "zelpgen: warning: made to warn" >&2
+  exit 0
+fi
 exec "$ZELPGEN" "\$@"
 SCRIPT
 chmod +x "$WORK/zelpgen"
@@ -75,6 +82,7 @@ lf|bad-png|image/png|bad.png|the PNG cannot be read
 lf|bad-jpeg|image/jpeg|bad.jpg|
 lf|cut-pdf|application/pdf|cut.pdf|
 lf|fail-child|image/png|page.png|making the print file failed
+lf|warn-child|image/png|page.png|failed: made to warn
 lf|passwd|application/pdf|passwd.pdf|
 lf|passwd2|application/pdf|passwd2.pdf|
 lf|huge|application/pdf|a0.pdf|spool limit of 64

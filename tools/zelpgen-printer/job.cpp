@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "colour.h"
@@ -42,6 +43,23 @@ std::string quoted(const std::string& text, std::size_t max = 32) {
     out += (c < 0x20 || c > 0x7E || c == '#' || c == '"' || c == '\\') ? '_' : char(c);
   }
   return "\"" + out + "\"";
+}
+
+// The size a band TIFF's strips aim at.
+constexpr std::uint64_t kStripBytes = 4u << 20;
+
+// The first line zelpgen wrote as a warning (its `zelpgen: warning: ` lead left out), else "".
+// A successful run writes nothing else to stderr, so the tail holds one if any was written.
+std::string firstWarning(const std::string& stderrText) {
+  static constexpr std::string_view kLead = "zelpgen: warning: ";
+  std::size_t at = 0;
+  while (at < stderrText.size()) {
+    const std::size_t end = std::min(stderrText.find('\n', at), stderrText.size());
+    if (std::string_view(stderrText).substr(at, end - at).starts_with(kLead))
+      return stderrText.substr(at + kLead.size(), end - at - kLead.size());
+    at = end + 1;
+  }
+  return {};
 }
 
 std::string megabytes(std::uint64_t bytes) {
@@ -251,8 +269,9 @@ class JobRun final : public PdfSink {
     limits.fileBytes = std::min(limits.fileBytes, settings().spoolLimit);
     papplLogJob(job_, PAPPL_LOGLEVEL_DEBUG, "Page %u written to %u band images; running zelpgen.",
                 pageNumber_, static_cast<unsigned>(images_.size()));
-    const ChildOutcome outcome =
-        runChild({settings().zelpgen, "print", "--strict", cfg}, folder_, limits);
+    // Not --strict: its trial and proof would read and write the page twice more. zelpgen
+    // still reads the print file back before it succeeds; a warning fails the page here.
+    const ChildOutcome outcome = runChild({settings().zelpgen, "print", cfg}, folder_, limits);
     papplLogJob(job_, PAPPL_LOGLEVEL_DEBUG, "zelpgen ended for page %u.", pageNumber_);
     if (!outcome.stderrTail.empty()) {
       papplLogJob(job_, outcome.ok ? PAPPL_LOGLEVEL_INFO : PAPPL_LOGLEVEL_ERROR, "zelpgen: %s",
@@ -261,6 +280,11 @@ class JobRun final : public PdfSink {
     if (!outcome.ok) {
       return fail("page " + std::to_string(pageNumber_) +
                   ": making the print file failed: " + outcome.reason);
+    }
+    const std::string warning = firstWarning(outcome.stderrTail);
+    if (!warning.empty()) {
+      return fail("page " + std::to_string(pageNumber_) +
+                  ": making the print file failed: " + warning);
     }
     for (const Image& image : images_) std::remove(image.path.c_str());
     const bool sent = sendFile(dat);
@@ -330,14 +354,19 @@ class JobRun final : public PdfSink {
     TIFFSetField(image_, TIFFTAG_BITSPERSAMPLE, 8);
     TIFFSetField(image_, TIFFTAG_SAMPLESPERPIXEL, outChannels_);
     TIFFSetField(image_, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(image_, TIFFTAG_COMPRESSION, COMPRESSION_PACKBITS);
+    // Uncompressed: zelpgen reads the page once, mostly from the page cache; PackBits took
+    // most of the time from PDF to bands and saved little or nothing.
+    TIFFSetField(image_, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     if (outChannels_ == 4) {
       TIFFSetField(image_, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_SEPARATED);
       TIFFSetField(image_, TIFFTAG_INKSET, INKSET_CMYK);
     } else {
       TIFFSetField(image_, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
     }
-    TIFFSetField(image_, TIFFTAG_ROWSPERSTRIP, 32);
+    // libtiff buffers a whole strip: a few MB a write keeps the server small.
+    TIFFSetField(
+        image_, TIFFTAG_ROWSPERSTRIP,
+        static_cast<unsigned>(std::clamp<std::uint64_t>(kStripBytes / rowBytes_, 1, rows)));
     TIFFSetField(image_, TIFFTAG_XRESOLUTION, float(page_.xdpi));
     TIFFSetField(image_, TIFFTAG_YRESOLUTION, float(page_.ydpi));
     TIFFSetField(image_, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
