@@ -15,33 +15,7 @@ fail() { echo "FAIL $*"; failed=1; }
 
 cp "$here"/images/gray.tif .
 # job PAGES OUT: a job printing gray.tif on PAGES pages into OUT.
-job() {
-  cat <<EOF
-[Global]
-OutFilePath="$2"
-[ZELP]
-JobName="guard"
-JobTime="01/02/2026 03:04:05 GMT"
-JobImpressions=$1
-[KELM]
-PrinterResolutionH=600
-PrinterResolutionV=600
-PaperName="A4"
-PaperOrient="SHORTEDGE"
-MarginTop=0
-MarginBottom=0
-MarginLeft=0
-MarginRight=0
-[Image]
-ImageFileK="gray.tif"
-ColorSpace=kelm_id_val_image_format_row_rgb_multi_level
-CompressionMode=kelm_id_val_compression_packbits
-NumOfPlanes=1
-PixelDepthK=8
-GraphicResolutionH=300
-GraphicResolutionV=300
-EOF
-}
+job() { sed -e "s|@PAGES@|$1|" -e "s|@OUT@|$2|" -e "s|@IMAGE@|gray.tif|" "$here/job.cfg.in"; }
 job 1 job.dat >small.cfg
 job 200 job.dat >pages.cfg
 job 60000 job.dat >long.cfg

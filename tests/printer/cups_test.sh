@@ -15,19 +15,10 @@ for tool in cupsd lpadmin lp lpstat gs /usr/lib/cups/filter/pdftopdf; do
 done
 
 CUPSD_PID=
-cups_stop() {
-  if [ -n "$CUPSD_PID" ]; then
-    kill "$CUPSD_PID" 2>/dev/null || true
-    for _ in $(seq 50); do kill -0 "$CUPSD_PID" 2>/dev/null || break; sleep 0.1; done
-    kill -9 "$CUPSD_PID" 2>/dev/null || true
-    wait "$CUPSD_PID" 2>/dev/null || true
-    CUPSD_PID=
-  fi
-}
 cups_exit() {
   local status=$?
   set +e
-  cups_stop
+  stop_pid CUPSD_PID
   if [ $status -ne 0 ] && [ -f "$WORK/cups/error_log" ]; then
     echo "--- last errors of cupsd:" >&2
     grep '^[EW] ' "$WORK/cups/error_log" | grep -v 'Filter .* not found\|banner' | tail -20 >&2
@@ -98,7 +89,7 @@ EOF
     port_in_use "$CUPS_PORT" && break 2
     sleep 0.1
   done
-  cups_stop
+  stop_pid CUPSD_PID
 done
 [ -n "$CUPSD_PID" ] || fail "cupsd did not start"
 export CUPS_SERVER=127.0.0.1:$CUPS_PORT
