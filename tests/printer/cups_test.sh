@@ -48,38 +48,13 @@ printer_add sheet zelpgen_sheet "file://$WORK/out"
 
 cups=$WORK/cups
 mkdir -p "$cups/conf" "$cups/spool/tmp" "$cups/cache" "$cups/state"
-cat >"$cups/conf/cups-files.conf" <<EOF
-ServerRoot $cups/conf
-RequestRoot $cups/spool
-TempDir $cups/spool/tmp
-CacheDir $cups/cache
-StateDir $cups/state
-ServerKeychain $cups/state/ssl
-CreateSelfSignedCerts no
-ErrorLog $cups/error_log
-AccessLog $cups/access_log
-PageLog $cups/page_log
-FatalErrors config listen
-EOF
+sed "s|@CUPS@|$cups|" "$PRINTER_TESTS/cups-files.conf.in" >"$cups/conf/cups-files.conf"
 if [ "$(id -u)" = 0 ]; then printf 'User lp\nGroup lp\n' >>"$cups/conf/cups-files.conf"; fi
 
 for _ in 1 2 3 4 5; do
   CUPS_PORT=$((20000 + RANDOM % 30000))
   port_in_use "$CUPS_PORT" && continue
-  cat >"$cups/conf/cupsd.conf" <<EOF
-Listen 127.0.0.1:$CUPS_PORT
-Browsing No
-BrowseLocalProtocols none
-DefaultAuthType None
-WebInterface No
-LogLevel debug
-MaxLogSize 0
-<Policy default>
-  <Limit All>
-    Order deny,allow
-  </Limit>
-</Policy>
-EOF
+  sed "s|@PORT@|$CUPS_PORT|" "$PRINTER_TESTS/cupsd.conf.in" >"$cups/conf/cupsd.conf"
   cupsd -t -c "$cups/conf/cupsd.conf" -s "$cups/conf/cups-files.conf" >"$cups/check.txt" 2>&1 ||
     fail "cupsd rejects the test's configuration: $(cat "$cups/check.txt")"
   cupsd -f -c "$cups/conf/cupsd.conf" -s "$cups/conf/cups-files.conf" >"$cups/out.txt" 2>&1 &
