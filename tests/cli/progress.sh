@@ -11,7 +11,7 @@ rm -rf "$work" && mkdir -p "$work" && cd "$work" || exit 1
 export TZ=UTC LC_ALL=C
 failed=0
 
-cp "$here"/tall.tif .  # 16 x 700 gray: three bands of rows
+cp "$here"/progress.tif tall.tif  # 16 x 700 gray: three bands of rows
 sed -e "s|@PAGES@|1|" -e "s|@OUT@|job.dat|" -e "s|@IMAGE@|tall.tif|" "$here/job.cfg.in" >job.cfg
 
 # on_terminal DELAY COMMAND: what COMMAND writes to a terminal, given the delay.
