@@ -95,21 +95,8 @@ uri_of() { echo "ipp://localhost:$PORT/ipp/print/$1"; }
 
 # One attribute of a job, as ipptool shows it.
 job_attribute() {
-  local printer=$1 id=$2 name=$3
-  cat >"$WORK/get-job.test" <<EOF
-{
-  OPERATION Get-Job-Attributes
-  GROUP operation-attributes-tag
-  ATTR charset attributes-charset utf-8
-  ATTR naturalLanguage attributes-natural-language en
-  ATTR uri printer-uri \$uri
-  ATTR integer job-id $id
-  ATTR name requesting-user-name test
-  STATUS successful-ok
-  DISPLAY $name
-}
-EOF
-  timeout 30 ipptool -c "$(uri_of "$printer")" "$WORK/get-job.test" | sed -n '2p'
+  sed "s/@ATTRIBUTE@/$3/" "$PRINTER_TESTS/get-job.test" >"$WORK/get-job.test"
+  timeout 30 ipptool -c -d job="$2" "$(uri_of "$1")" "$WORK/get-job.test" | sed -n '2p'
 }
 
 job_wait() {

@@ -49,19 +49,16 @@ inline std::vector<Bytes> emptyStartV2(const Bytes& openJob = {0x00, 0x00}) {
 // Each test writes one job file; the set flags start cleared, as in a fresh process.
 class ZelpJob : public ::testing::Test {
  protected:
-  void SetUp() override { open(1); }
+  void SetUp() override {
+    zelp_ResetSetFlags();
+    ZELP_NewWithName(path().c_str());
+    ZELP_SetZELPVersion(1);
+    ASSERT_EQ(ZELP_Open(), 0);
+  }
   void TearDown() override {
     (void)ZELP_Close();  // finish() read it already
     ZELP_Delete();
     zelp_ResetSetFlags();
-  }
-
-  // A new job in the same file, nothing set.
-  void open(int version) {
-    zelp_ResetSetFlags();
-    ZELP_NewWithName(path().c_str());
-    ZELP_SetZELPVersion(version);
-    ASSERT_EQ(ZELP_Open(), 0);
   }
   std::string path() const { return (dir_ / "job.dat").string(); }
 
