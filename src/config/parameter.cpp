@@ -32,6 +32,15 @@ Node* appendNode(std::unique_ptr<Node>& head) {
   return slot.get();
 }
 
+// With the tail kept, a long file of sections is read in linear time.
+template <typename Node>
+Node* appendAtTail(std::unique_ptr<Node>& head, Node*& tail) {
+  std::unique_ptr<Node>& slot = tail == nullptr ? head : tail->next;
+  slot = std::make_unique<Node>();
+  tail = slot.get();
+  return tail;
+}
+
 }  // namespace
 
 char* setDefaultFileName(const char* name) {
@@ -55,13 +64,8 @@ void initCommonParameter(parameter* p) {
   *p = std::move(fresh);
 }
 
-// The tail is kept, so that a long file of [Image] sections is read in linear time.
 imageParameter* addImageParameter(parameter* p) {
-  std::unique_ptr<imageParameter>& slot =
-      p->imageParameterLast == nullptr ? p->imageParameterList : p->imageParameterLast->next;
-  slot = std::make_unique<imageParameter>();
-  p->imageParameterLast = slot.get();
-  return p->imageParameterLast;
+  return appendAtTail(p->imageParameterList, p->imageParameterLast);
 }
 
 void initImageParameter(imageParameter* entry) {
@@ -88,11 +92,7 @@ imageProcessingFile* addImageProcessingFile(std::unique_ptr<imageProcessingFile>
 }
 
 newPJLLine* addNewPJLLine(parameter* p) {
-  std::unique_ptr<newPJLLine>& slot =
-      p->newPJLLast == nullptr ? p->newPJLList : p->newPJLLast->next;
-  slot = std::make_unique<newPJLLine>();
-  p->newPJLLast = slot.get();
-  return p->newPJLLast;
+  return appendAtTail(p->newPJLList, p->newPJLLast);
 }
 
 imageParameter* getLastImageParameter(parameter* p) {

@@ -15,33 +15,7 @@ fail() { echo "FAIL $*"; failed=1; }
 
 cp "$here"/images/gray.tif .
 # job PAGES OUT: a job printing gray.tif on PAGES pages into OUT.
-job() {
-  cat <<EOF
-[Global]
-OutFilePath="$2"
-[ZELP]
-JobName="guard"
-JobTime="01/02/2026 03:04:05 GMT"
-JobImpressions=$1
-[KELM]
-PrinterResolutionH=600
-PrinterResolutionV=600
-PaperName="A4"
-PaperOrient="SHORTEDGE"
-MarginTop=0
-MarginBottom=0
-MarginLeft=0
-MarginRight=0
-[Image]
-ImageFileK="gray.tif"
-ColorSpace=kelm_id_val_image_format_row_rgb_multi_level
-CompressionMode=kelm_id_val_compression_packbits
-NumOfPlanes=1
-PixelDepthK=8
-GraphicResolutionH=300
-GraphicResolutionV=300
-EOF
-}
+job() { sed -e "s|@PAGES@|$1|" -e "s|@OUT@|$2|" -e "s|@IMAGE@|gray.tif|" "$here/job.cfg.in"; }
 job 1 job.dat >small.cfg
 job 200 job.dat >pages.cfg
 job 60000 job.dat >long.cfg
@@ -57,12 +31,13 @@ expect() {
   [ "$(tail -n 1 err.txt)" = "$line" ] || fail "$name: stderr: $(cat err.txt)"
 }
 
-# Until FILE exists and is not empty (at most 10 s).
+# Until COMMAND succeeds (at most 10 s).
 await() {
   i=0
-  while [ ! -s "$1" ] && [ $i -lt 200 ]; do sleep 0.05; i=$((i + 1)); done
-  [ -s "$1" ] || fail "$1 never appeared"
+  while ! "$@" && [ $i -lt 200 ]; do sleep 0.05; i=$((i + 1)); done
+  "$@" || fail "waited in vain for: $*"
 }
+stderr_is() { [ "$(cat err.txt)" = "$1" ]; }
 
 mkfifo fifo.tif
 sed 's/gray.tif/fifo.tif/' small.cfg >fifo.cfg
@@ -97,12 +72,12 @@ for signal in TERM:143 INT:130; do
   status=${signal#*:} signal=${signal%:*}
   "$zelpgen" print long.cfg >out.txt 2>err.txt &
   pid=$!
-  await job.dat.part
+  await test -s job.dat.part
   kill -$signal $pid
   wait $pid
   got=$?
   [ $got = "$status" ] || fail "signal $signal: status $got"
-  [ "$(cat err.txt)" = 'zelpgen: job.dat: stopped by a signal: the unfinished print file is kept as job.dat.failed' ] ||
+  stderr_is 'zelpgen: job.dat: stopped by a signal: the unfinished print file is kept as job.dat.failed' ||
     fail "signal $signal: stderr: $(cat err.txt)"
   [ ! -e job.dat ] && [ -e job.dat.failed ] && [ ! -e job.dat.part ] || fail "signal $signal: files left: $(ls job.dat*)"
   rm -f job.dat.failed
@@ -112,8 +87,7 @@ done
 mkdir scratch
 TMPDIR=$work/scratch "$zelpgen" print --strict long.cfg >out.txt 2>err.txt &
 pid=$!
-i=0
-while [ -z "$(find scratch -type f -size +0)" ] && [ $i -lt 200 ]; do sleep 0.05; i=$((i + 1)); done
+await sh -c '[ -n "$(find scratch -type f -size +0)" ]'
 kill -INT $pid
 wait $pid
 [ $? = 130 ] || fail "strict signal: status"
@@ -128,12 +102,7 @@ expect no-wait 1 'zelpgen: job.dat: another job is writing this print file (--no
   "$zelpgen" print --strict --no-wait small.cfg
 "$zelpgen" print small.cfg >out.txt 2>err.txt 9>&- &
 pid=$!
-i=0
-while [ "$(cat err.txt)" != 'zelpgen: waiting for another job writing job.dat' ] && [ $i -lt 200 ]; do
-  sleep 0.05
-  i=$((i + 1))
-done
-[ $i -lt 200 ] || fail "wait: stderr: $(cat err.txt)"
+await stderr_is 'zelpgen: waiting for another job writing job.dat'
 [ "$(cat job.dat)" = old ] && [ ! -e job.dat.failed ] || fail "wait: job.dat touched while held"
 exec 9>&-
 wait $pid
@@ -158,7 +127,7 @@ truncate -s 100 gray.tif
 timeout 20 cat out.fifo >/dev/null
 wait $pid
 [ $? = 1 ] || fail "cut image: status"
-[ "$(cat err.txt)" = 'zelpgen: cut.cfg:17: [Image] ImageFileK: gray.tif changed while the job read it' ] ||
+stderr_is 'zelpgen: cut.cfg:17: [Image] ImageFileK: gray.tif changed while the job read it' ||
   fail "cut image: stderr: $(cat err.txt)"
 cp gray.orig gray.tif
 

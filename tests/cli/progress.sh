@@ -5,51 +5,14 @@
 #   usage: progress.sh ZELPGEN WORK
 set -u
 zelpgen=$1 work=$2
+here=$(cd "$(dirname "$0")" && pwd)
 command -v script >/dev/null || { echo "no script(1): skipped"; exit 77; }
 rm -rf "$work" && mkdir -p "$work" && cd "$work" || exit 1
 export TZ=UTC LC_ALL=C
 failed=0
 
-# le VALUE BYTES: VALUE as BYTES little-endian bytes.
-le() {
-  n=$1 i=0
-  while [ "$i" -lt "$2" ]; do
-    printf "\\$(printf %03o $((n & 255)))"
-    n=$((n >> 8)) i=$((i + 1))
-  done
-}
-entry() { le "$1" 2; le "$2" 2; le 1 4; le "$3" "$4"; [ "$4" = 2 ] && le 0 2; }
-
-# A 16 x 700 gray TIFF: three bands of rows.
-{
-  printf 'II*\000'; le 8 4; le 9 2
-  entry 256 3 16 2; entry 257 3 700 2; entry 258 3 8 2; entry 259 3 1 2; entry 262 3 1 2
-  entry 273 4 122 4; entry 277 3 1 2; entry 278 3 700 2; entry 279 4 11200 4; le 0 4
-  head -c 11200 /dev/zero
-} >tall.tif
-cat >job.cfg <<'CFG'
-[Global]
-OutFilePath="job.dat"
-[ZELP]
-JobTime="01/02/2026 03:04:05 GMT"
-[KELM]
-PrinterResolutionH=600
-PrinterResolutionV=600
-PaperName="A4"
-PaperOrient="SHORTEDGE"
-MarginTop=0
-MarginBottom=0
-MarginLeft=0
-MarginRight=0
-[Image]
-ImageFileK="tall.tif"
-ColorSpace=kelm_id_val_image_format_row_rgb_multi_level
-CompressionMode=kelm_id_val_compression_packbits
-NumOfPlanes=1
-PixelDepthK=8
-GraphicResolutionH=300
-GraphicResolutionV=300
-CFG
+cp "$here"/progress.tif tall.tif  # 16 x 700 gray: three bands of rows
+sed -e "s|@PAGES@|1|" -e "s|@OUT@|job.dat|" -e "s|@IMAGE@|tall.tif|" "$here/job.cfg.in" >job.cfg
 
 # on_terminal DELAY COMMAND: what COMMAND writes to a terminal, given the delay.
 on_terminal() {

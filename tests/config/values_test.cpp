@@ -60,16 +60,12 @@ TEST(ValueKinds, RejectedNumbersAndSymbols) {
   // The reason, with %s standing for the value.
   constexpr const char* kNumber = "\"%s\" is not a number";
   constexpr const char* kHex = "\"%s\" is not a hexadecimal number";
+  constexpr const char* kNone = "no value given";
   constexpr const char* kName = "\"%s\" is neither a number nor a known name";
   constexpr const char* kMedium =
       "\"%s\" ends in neither four digits nor any, not_care, unknown, other";
   const std::vector<std::pair<Parser, std::vector<std::pair<const char*, const char*>>>> cases = {
-      {I,
-       {{"-1", kNumber},
-        {"+5", kNumber},
-        {"12a", kNumber},
-        {"0x1G", kHex},
-        {"", "no value given"}}},
+      {I, {{"-1", kNumber}, {"+5", kNumber}, {"12a", kNumber}, {"0x1G", kHex}, {"", kNone}}},
       {S, {{"25mm", kNumber}, {"--1", kNumber}, {"-0xZ", kHex}}},
       {IS, {{"no_such_symbol", kName}, {"0xZZ", kName}, {"ID_VAL_PLEX_SIMPLEX", kName}}},
       {QS,

@@ -27,6 +27,7 @@ std::unique_ptr<LXWindowsBMPRecT> openBmp(const Bytes& bytes) {
 // Two rows of a 3-pixel 8-bit image, stored with one padding byte each.
 const std::vector<Bytes> kGrayRows = {{0x00, 0x10, 0xFF, 0x77}, {0x01, 0x02, 0x03, 0x04}};
 const std::vector<Bytes> kOneBitRows = {{0xFF, 0xFF, 0xAB, 0xCD}, {0x12, 0xC0, 0, 0}};
+const std::vector<Bytes> kRgbRows = {{1, 2, 3, 0}, {4, 5, 6, 0}};
 
 TEST(BmpRead, ConvertsRowsTopDown) {
   const struct {
@@ -45,12 +46,7 @@ TEST(BmpRead, ConvertsRowsTopDown) {
       {3, 8, kGrayRows, 4, nullptr, "FE 08 00 00 FF FF 00 00 00 00 00 00", "sixteen levels"},
       // Five bytes a group in rows of four: each row runs one byte into the next.
       {3, 8, kGrayRows, 10, nullptr, "FF 3B C0 02 FE 3F 4F C3 EC 00 00 00", "ten bits"},
-      {1,
-       24,
-       {{1, 2, 3, 0}, {4, 5, 6, 0}},
-       24,
-       nullptr,
-       "00 00 00 00 00 00 00 00 00 00 00 00",
+      {1, 24, kRgbRows, 24, nullptr, "00 00 00 00 00 00 00 00 00 00 00 00",
        "24-bit rows stay blank"},
   };
   for (const auto& c : cases) {

@@ -15,19 +15,10 @@ for tool in cupsd lpadmin lp lpstat gs /usr/lib/cups/filter/pdftopdf; do
 done
 
 CUPSD_PID=
-cups_stop() {
-  if [ -n "$CUPSD_PID" ]; then
-    kill "$CUPSD_PID" 2>/dev/null || true
-    for _ in $(seq 50); do kill -0 "$CUPSD_PID" 2>/dev/null || break; sleep 0.1; done
-    kill -9 "$CUPSD_PID" 2>/dev/null || true
-    wait "$CUPSD_PID" 2>/dev/null || true
-    CUPSD_PID=
-  fi
-}
 cups_exit() {
   local status=$?
   set +e
-  cups_stop
+  stop_pid CUPSD_PID
   if [ $status -ne 0 ] && [ -f "$WORK/cups/error_log" ]; then
     echo "--- last errors of cupsd:" >&2
     grep '^[EW] ' "$WORK/cups/error_log" | grep -v 'Filter .* not found\|banner' | tail -20 >&2
@@ -57,38 +48,13 @@ printer_add sheet zelpgen_sheet "file://$WORK/out"
 
 cups=$WORK/cups
 mkdir -p "$cups/conf" "$cups/spool/tmp" "$cups/cache" "$cups/state"
-cat >"$cups/conf/cups-files.conf" <<EOF
-ServerRoot $cups/conf
-RequestRoot $cups/spool
-TempDir $cups/spool/tmp
-CacheDir $cups/cache
-StateDir $cups/state
-ServerKeychain $cups/state/ssl
-CreateSelfSignedCerts no
-ErrorLog $cups/error_log
-AccessLog $cups/access_log
-PageLog $cups/page_log
-FatalErrors config listen
-EOF
+sed "s|@CUPS@|$cups|" "$PRINTER_TESTS/cups-files.conf.in" >"$cups/conf/cups-files.conf"
 if [ "$(id -u)" = 0 ]; then printf 'User lp\nGroup lp\n' >>"$cups/conf/cups-files.conf"; fi
 
 for _ in 1 2 3 4 5; do
   CUPS_PORT=$((20000 + RANDOM % 30000))
   port_in_use "$CUPS_PORT" && continue
-  cat >"$cups/conf/cupsd.conf" <<EOF
-Listen 127.0.0.1:$CUPS_PORT
-Browsing No
-BrowseLocalProtocols none
-DefaultAuthType None
-WebInterface No
-LogLevel debug
-MaxLogSize 0
-<Policy default>
-  <Limit All>
-    Order deny,allow
-  </Limit>
-</Policy>
-EOF
+  sed "s|@PORT@|$CUPS_PORT|" "$PRINTER_TESTS/cupsd.conf.in" >"$cups/conf/cupsd.conf"
   cupsd -t -c "$cups/conf/cupsd.conf" -s "$cups/conf/cups-files.conf" >"$cups/check.txt" 2>&1 ||
     fail "cupsd rejects the test's configuration: $(cat "$cups/check.txt")"
   cupsd -f -c "$cups/conf/cupsd.conf" -s "$cups/conf/cups-files.conf" >"$cups/out.txt" 2>&1 &
@@ -98,7 +64,7 @@ EOF
     port_in_use "$CUPS_PORT" && break 2
     sleep 0.1
   done
-  cups_stop
+  stop_pid CUPSD_PID
 done
 [ -n "$CUPSD_PID" ] || fail "cupsd did not start"
 export CUPS_SERVER=127.0.0.1:$CUPS_PORT

@@ -14,15 +14,18 @@ SERVER_PID=
 # point into WORK so that parallel servers and the host's own stay apart.
 export TMPDIR=$WORK SNAP_COMMON=$WORK
 
-server_stop() {
-  if [ -n "$SERVER_PID" ]; then
-    kill "$SERVER_PID" 2>/dev/null || true
-    for _ in $(seq 50); do kill -0 "$SERVER_PID" 2>/dev/null || break; sleep 0.1; done
-    kill -9 "$SERVER_PID" 2>/dev/null || true
-    wait "$SERVER_PID" 2>/dev/null || true
-    SERVER_PID=
+# stop_pid VAR: ends the process whose pid VAR holds (TERM, then KILL after 5 s), empties VAR.
+stop_pid() {
+  local pid=${!1}
+  if [ -n "$pid" ]; then
+    kill "$pid" 2>/dev/null || true
+    for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
+    kill -9 "$pid" 2>/dev/null || true
+    wait "$pid" 2>/dev/null || true
   fi
+  printf -v "$1" ''
 }
+server_stop() { stop_pid SERVER_PID; }
 on_exit() {
   status=$?
   server_stop
@@ -92,21 +95,8 @@ uri_of() { echo "ipp://localhost:$PORT/ipp/print/$1"; }
 
 # One attribute of a job, as ipptool shows it.
 job_attribute() {
-  local printer=$1 id=$2 name=$3
-  cat >"$WORK/get-job.test" <<EOF
-{
-  OPERATION Get-Job-Attributes
-  GROUP operation-attributes-tag
-  ATTR charset attributes-charset utf-8
-  ATTR naturalLanguage attributes-natural-language en
-  ATTR uri printer-uri \$uri
-  ATTR integer job-id $id
-  ATTR name requesting-user-name test
-  STATUS successful-ok
-  DISPLAY $name
-}
-EOF
-  timeout 30 ipptool -c "$(uri_of "$printer")" "$WORK/get-job.test" | sed -n '2p'
+  sed "s/@ATTRIBUTE@/$3/" "$PRINTER_TESTS/get-job.test" >"$WORK/get-job.test"
+  timeout 30 ipptool -c -d job="$2" "$(uri_of "$1")" "$WORK/get-job.test" | sed -n '2p'
 }
 
 job_wait() {

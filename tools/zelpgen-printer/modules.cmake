@@ -1,7 +1,6 @@
 # The child runner, the PDF renderer and the ink converter: plain C++ without PAPPL, shared by
 # zelpgen-printer and its unit tests; included by both, defined once.
 include_guard(GLOBAL)
-find_package(PkgConfig)
 if(PkgConfig_FOUND)
   pkg_check_modules(PRINTER_LCMS IMPORTED_TARGET lcms2)
 endif()
