@@ -10,12 +10,8 @@
 // The configuration and its one-pixel image are written once under $TMPDIR (or /tmp).
 
 #include <benchmark/benchmark.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +19,7 @@
 #include <fstream>
 #include <string>
 
+#include "job_child.h"
 #include "zelpgen/zelpgen.h"
 
 namespace {
@@ -75,23 +72,14 @@ void BM_LargeConfiguration(benchmark::State& state) {
   const auto cfg = jobFile(pjlLines, images);
   long peakKiB = 0;
   for (auto _ : state) {
-    const auto start = std::chrono::steady_clock::now();
-    const pid_t child = fork();
-    if (child == 0) {
-      // The job's stdout holds nothing of interest here.
-      if (std::freopen("/dev/null", "w", stdout) == nullptr) _exit(2);
-      _exit(makeZELPData(cfg.c_str()));
-    }
-    int status = 0;
-    rusage usage{};
-    wait4(child, &status, 0, &usage);
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    // The job's stdout holds nothing of interest here.
+    const JobChildRun run = runJobInChild(cfg, true);
+    if (!run.ok) {
       state.SkipWithError("the job failed");
       return;
     }
-    state.SetIterationTime(took.count());
-    peakKiB = std::max(peakKiB, usage.ru_maxrss);
+    state.SetIterationTime(run.seconds);
+    peakKiB = std::max(peakKiB, run.usage.ru_maxrss);
   }
   const long lines = 13 + pjlLines + 8 + 2 * (images - 1);
   state.counters["peak_MB"] = peakKiB / 1024.0;

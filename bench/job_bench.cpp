@@ -17,7 +17,6 @@
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <tiffio.h>
 #include <unistd.h>
@@ -33,6 +32,7 @@
 #include <string>
 #include <vector>
 
+#include "job_child.h"
 #include "zelpgen/zelpgen.h"
 
 namespace {
@@ -140,21 +140,15 @@ void BM_CMYKJob(benchmark::State& state) {
   for (auto _ : state) {
     // cp writes a new file; so does the job, rather than first truncating the last run's.
     std::filesystem::remove(print);
-    const auto start = std::chrono::steady_clock::now();
-    const pid_t child = fork();
-    if (child == 0) _exit(makeZELPData(cfg.c_str()));
-    int status = 0;
-    rusage usage{};
-    wait4(child, &status, 0, &usage);
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    const JobChildRun run = runJobInChild(cfg, false);
+    if (!run.ok) {
       state.SkipWithError("the job failed");
       return;
     }
-    state.SetIterationTime(took.count());
-    jobSeconds += took.count();
-    peakKiB = std::max(peakKiB, usage.ru_maxrss);
-    cpuSeconds += seconds(usage.ru_utime) + seconds(usage.ru_stime);
+    state.SetIterationTime(run.seconds);
+    jobSeconds += run.seconds;
+    peakKiB = std::max(peakKiB, run.usage.ru_maxrss);
+    cpuSeconds += seconds(run.usage.ru_utime) + seconds(run.usage.ru_stime);
     cpSeconds += timeProgram({"cp", image.string(), copy});
     tiffcpSeconds += timeProgram({"tiffcp", "-c", "packbits", image.string(), copy});
     std::filesystem::remove(copy);
