@@ -20,9 +20,9 @@ gs_run -sDEVICE=pwgraster -r300 -dcupsColorSpace=19 -dcupsBitsPerColor=8 -dLastP
   -sOutputFile="$WORK/page.pwg"
 gs_run -sDEVICE=pdfwrite -sOutputFile="$WORK/pages.pdf"
 
-# Checks what job $1 ($2 pages) left on the device.
+# Checks what job $1 ($2 pages) left on the device; $3: its one page's source picture.
 check_arrival() {
-  local name=$1 pages=$2 file=$WORK/out/$1.prn
+  local name=$1 pages=$2 file=$WORK/out/$1.prn source=${3:-}
   [ -s "$file" ] || fail "$name: nothing reached the device"
   local count
   count=$("$PRINTER_CHECK" split "$file" "$WORK/$name") || fail "$name: not a sequence of print files"
@@ -38,7 +38,7 @@ check_arrival() {
     dpi=$(sed -n 's/^ *@PJL SET HRESOLUTION=\([0-9]*\)$/\1/p' "$WORK/inspect.txt")
     "$ZELPGEN" render "$WORK/$name-$page.dat" -o "$WORK/$name-render-%d.png" --scale $((dpi / 150)) ||
       fail "$name page $page: cannot render"
-    "$PRINTER_CHECK" compare "$WORK/$name-render-1.png" "$WORK/source-$page.png" $place ||
+    "$PRINTER_CHECK" compare "$WORK/$name-render-1.png" "${source:-$WORK/source-$page.png}" $place ||
       fail "$name page $page: the render does not show the source page"
   done
   if [ "${name#*-}" = native ]; then cmp -s "$file" "$WORK/native.dat" || fail "$name: changed on its way"; fi
@@ -79,4 +79,14 @@ pwg image/pwg-raster page.pwg 1
 pdf application/pdf pages.pdf 2
 native application/vnd.zelpgen-print native.dat 1
 LIST
+
+# A 3-inch square at 100 pixels an inch fits the printable area: printed at its size (not
+# enlarged to fit), in the middle of the paper.
+gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=png16m -r100 -g300x300 -o "$WORK/square.png" \
+  -c '1 0 0 setrgbcolor 0 0 216 216 rectfill showpage'
+gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=png16m -r150 -g1240x1754 -o "$WORK/source-square.png" \
+  -c '1 0 0 setrgbcolor 189.5 313 216 216 rectfill showpage'
+id=$(submit_print submit-square "$WORK/square.png")
+[ "$(job_wait lf "$id")" = completed ] || fail "submit-square: $(job_message lf "$id")"
+check_arrival submit-square 1 "$WORK/source-square.png"
 echo "submit_test: all documents printed"
