@@ -122,8 +122,12 @@ std::vector<double> cells(const Picture& p, const Box& box, unsigned cols, unsig
 
 // The picture matches when the inked boxes have the same shape (within 3%) and, on a 24-cell
 // grid, the colours differ by at most 12 on average and by at most 80 in 90% of the cells (inks
-// mixed back to RGB do not give the exact source colours: dark mixes come out lighter).
-int compare(const char* renderPath, const char* sourcePath) {
+// mixed back to RGB do not give the exact source colours: dark mixes come out lighter). With
+// `place` >= 0 both pictures have the same pixels an inch and the inked boxes must also lie at
+// the same place within `place` pixels: the print file's rows start at the paper's left edge, and
+// the render of a page is only as wide as its widest row, so its left and top edges are the
+// paper's.
+int compare(const char* renderPath, const char* sourcePath, int place) {
   Picture render, source;
   if (!readPng(renderPath, &render) || !readPng(sourcePath, &source)) return 1;
   const Box r = inked(render), s = inked(source);
@@ -149,9 +153,15 @@ int compare(const char* renderPath, const char* sourcePath) {
   }
   const double mean = total / double(a.size());
   const double share = double(close) * 3 / double(a.size());
-  const bool ok = std::abs(shapeR / shapeS - 1) <= 0.03 && mean <= 12 && share >= 0.9;
-  std::printf("shape %.3f/%.3f, mean difference %.1f, cells within 80: %.0f%%: %s\n", shapeR,
-              shapeS, mean, share * 100, ok ? "match" : "DIFFERENT");
+  const auto off = [](unsigned a, unsigned b) { return std::abs(int(a) - int(b)); };
+  const int moved = std::max({off(r.x0, s.x0), off(r.y0, s.y0), off(r.x1, s.x1), off(r.y1, s.y1)});
+  const bool ok = std::abs(shapeR / shapeS - 1) <= 0.03 && mean <= 12 && share >= 0.9 &&
+                  (place < 0 || moved <= place);
+  std::printf(
+      "shape %.3f/%.3f, mean difference %.1f, cells within 80: %.0f%%, inked x %u-%u y %u-%u "
+      "(source x %u-%u y %u-%u): %s\n",
+      shapeR, shapeS, mean, share * 100, r.x0, r.x1, r.y0, r.y1, s.x0, s.x1, s.y0, s.y1,
+      ok ? "match" : "DIFFERENT");
   return ok ? 0 : 1;
 }
 
@@ -159,7 +169,9 @@ int compare(const char* renderPath, const char* sourcePath) {
 
 int main(int argc, char** argv) {
   if (argc == 4 && std::strcmp(argv[1], "split") == 0) return split(argv[2], argv[3]);
-  if (argc == 4 && std::strcmp(argv[1], "compare") == 0) return compare(argv[2], argv[3]);
-  std::fputs("usage: printer_check split FILE PREFIX | compare RENDER.png SOURCE.png\n", stderr);
+  if ((argc == 4 || argc == 5) && std::strcmp(argv[1], "compare") == 0)
+    return compare(argv[2], argv[3], argc == 5 ? std::atoi(argv[4]) : -1);
+  std::fputs("usage: printer_check split FILE PREFIX | compare RENDER.png SOURCE.png [PIXELS]\n",
+             stderr);
   return 2;
 }

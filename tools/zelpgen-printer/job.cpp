@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -605,6 +606,36 @@ bool printNativeFile(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_de
   return run.sendFile(papplJobGetFilename(job));
 }
 
+// The PNG's pixels an inch from its pHYs chunk, 0 when it has none (or not in metres, or not
+// square). Without it PAPPL scales every picture to fit the printable area.
+namespace {
+int pngResolution(const char* path) {
+  std::ifstream in(path, std::ios::binary);
+  unsigned char head[8];
+  if (!in.read(reinterpret_cast<char*>(head), sizeof head)) return 0;
+  for (;;) {
+    unsigned char chunk[8];
+    if (!in.read(reinterpret_cast<char*>(chunk), sizeof chunk)) return 0;
+    const std::uint32_t length = std::uint32_t{chunk[0]} << 24 | std::uint32_t{chunk[1]} << 16 |
+                                 std::uint32_t{chunk[2]} << 8 | chunk[3];
+    const std::string type(reinterpret_cast<const char*>(chunk) + 4, 4);
+    if (type == "IDAT" || type == "IEND") return 0;  // pHYs comes before the pixels
+    if (type == "pHYs" && length == 9) {
+      unsigned char d[9];
+      if (!in.read(reinterpret_cast<char*>(d), sizeof d)) return 0;
+      const std::uint32_t x =
+          std::uint32_t{d[0]} << 24 | std::uint32_t{d[1]} << 16 | std::uint32_t{d[2]} << 8 | d[3];
+      const std::uint32_t y =
+          std::uint32_t{d[4]} << 24 | std::uint32_t{d[5]} << 16 | std::uint32_t{d[6]} << 8 | d[7];
+      if (d[8] != 1 || x != y || x == 0) return 0;
+      const long ppi = std::lround(x * 0.0254);
+      return ppi > 0 && ppi <= 9600 ? static_cast<int>(ppi) : 0;
+    }
+    if (!in.seekg(std::streamoff{length} + 4, std::ios::cur)) return 0;
+  }
+}
+}  // namespace
+
 bool filterPng(pappl_job_t* job, pappl_device_t* device, void* /*data*/) {
   // PAPPL 1.3's own PNG filter loops forever on a damaged file; this one gives up with a reason.
   auto refuse = [job](const std::string& why) {
@@ -637,7 +668,8 @@ bool filterPng(pappl_job_t* job, pappl_device_t* device, void* /*data*/) {
   pappl_pr_options_t* options = papplJobCreatePrintOptions(job, 1, colour);
   const bool ok =
       papplJobFilterImage(job, device, options, pixels.data(), static_cast<int>(image.width),
-                          static_cast<int>(image.height), colour ? 3 : 1, 0, false);
+                          static_cast<int>(image.height), colour ? 3 : 1,
+                          pngResolution(papplJobGetFilename(job)), false);
   papplJobDeletePrintOptions(options);
   return ok;
 }
